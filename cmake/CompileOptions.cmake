@@ -1,0 +1,36 @@
+# How every target of this project is compiled and linked.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+include(CheckPIESupported)
+check_pie_supported()
+
+add_compile_options(
+    -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+    $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
+    # A process must be able to unload the libraries, which GNU's unique symbols forbid.
+    $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>
+    -fstack-protector-strong
+    -fstack-clash-protection
+    $<$<STREQUAL:${CMAKE_SYSTEM_PROCESSOR},x86_64>:-fcf-protection>)
+
+# glibc checks buffer sizes only in optimised builds.
+add_compile_options($<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE> $<$<NOT:$<CONFIG:Debug>>:-D_FORTIFY_SOURCE=2>)
+add_compile_definitions(_GLIBCXX_ASSERTIONS)
+
+# "now": lazy binding would save argument registers, and with them clear bytes, on the stack.
+add_link_options(-Wl,-z,relro -Wl,-z,now -Wl,-z,noexecstack)
+
+# sharedstore_resolve_all(TARGET): a library whose every symbol must come from what it links to. The runtime of
+# a sanitizer comes from the executable.
+function(sharedstore_resolve_all target)
+    if(NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
+        target_link_options(${target} PRIVATE -Wl,--no-undefined)
+    endif()
+endfunction()

@@ -8,12 +8,20 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
+# An installation finds its own libraries under whatever prefix it lies; packagers who set the linker's path
+# configure with -DCMAKE_SKIP_INSTALL_RPATH=ON.
+file(RELATIVE_PATH bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
+set(CMAKE_INSTALL_RPATH "$ORIGIN" "$ORIGIN/${bin_to_lib}")
+
 include(CheckPIESupported)
 check_pie_supported()
 
 add_compile_options(
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
+    # g++ 12 sees overlapping copies in libstdc++'s inlined string assignments where there are none
+    # (gcc.gnu.org/PR105651).
+    $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>
     # A process must be able to unload the libraries, which GNU's unique symbols forbid.
     $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>
     -fstack-protector-strong

@@ -11,9 +11,10 @@
 /// Shapes and code numbers follow the Windows registry functions ("winreg.h", "winerror.h",
 /// Microsoft Windows SDK documentation). Rules that hold for every function:
 /// - pszRoot names the hive, for example "HKEY_LOCAL_MACHINE"; a hive exists once something was
-///   written to it.
+///   written to it. Its name holds no "\".
 /// - pszSubKey is a path of key names joined by "\". An empty path is the hive itself. An empty
 ///   component, a null string or a name over its limit is refused with ERROR_INVALID_PARAMETER.
+/// - ulReserved and nFlags other than 0 are refused with ERROR_INVALID_PARAMETER.
 /// - Key and value names are compared byte for byte and listed in byte order. A value name may be
 ///   empty (the key's default value).
 /// - A call without a buffer fills in the count or size that is needed and succeeds.
@@ -106,8 +107,9 @@ SHAREDSTORE_API long pvRegCloseKey(PVHKEY hKey);
 
 /// Reads the name of one sub-key.
 /// @param ulIndex position in byte order, from 0
-/// @param pszName receives the name and a NUL
-/// @param pulNameSize in: size of pszName in bytes; out: length of the name without the NUL
+/// @param pszName receives the name and a NUL; null to ask for the size
+/// @param pulNameSize in: size of pszName in bytes; out: length of the name without the NUL, or, for a
+///        null pszName and with ERROR_MORE_DATA, the size that is needed, NUL included
 /// @param pulReserved, pszClass, pulClassSize, pLastWriteTime ignored, may be null
 /// @return 0; ERROR_NO_MORE_ITEMS; ERROR_MORE_DATA when the name and its NUL do not fit;
 ///         ERROR_KEY_DELETED; ERROR_INVALID_HANDLE; or a code of the file comment
@@ -173,14 +175,15 @@ SHAREDSTORE_API long ovRegListValueNamesEx(const char* pszRoot, const char* pszS
 /// @return 0; ERROR_FILE_NOT_FOUND; or a code of the file comment
 SHAREDSTORE_API long ovRegDeleteValue(const char* pszRoot, const char* pszSubKey, const char* pszName, int nFlags);
 
-/// Deletes a key and its values. The hive itself cannot be deleted.
+/// Deletes a key and its values. The hive itself cannot be deleted: ERROR_INVALID_PARAMETER.
 /// @param bRecursive also delete all sub-keys
 /// @param nFlags 0
 /// @return 0; ERROR_FILE_NOT_FOUND; ERROR_DIR_NOT_EMPTY for a key with sub-keys when not recursive,
 ///         nothing is then deleted; or a code of the file comment
 SHAREDSTORE_API long ovRegDeleteKey(const char* pszRoot, const char* pszSubKey, bool bRecursive, int nFlags);
 
-/// Deletes everything below a key, and the key itself.
+/// Deletes everything below a key, and the key itself. The hive itself can only be emptied:
+/// ERROR_INVALID_PARAMETER without bKeepKey.
 /// @param nFlags 0
 /// @param bKeepKey keep the key, empty of values and sub-keys
 /// @return 0; ERROR_FILE_NOT_FOUND; or a code of the file comment

@@ -1,0 +1,237 @@
+// SharedStore - PIN and card data cache
+// SPDX-License-Identifier: Apache-2.0
+
+// The log reads its environment once per process, so every case logs in a child of its own.
+
+#include "platform/Log.h"
+#include "support/Child.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <fstream>
+#include <map>
+#include <string>
+#include <sys/stat.h>
+#include <thread>
+#include <tuple>
+#include <vector>
+
+namespace
+{
+
+std::filesystem::path FileOf(const char* pszName)
+{
+    return std::filesystem::path(std::getenv("SHAREDSTORE_TEST_FOLDER")) / pszName;
+}
+
+} // namespace
+
+// In front of the C library's functions, of which optimised builds call the second one.
+extern "C" {
+__attribute__((visibility("default"))) void vsyslog(int nPriority, const char* pszFormat, va_list args)
+{
+    std::fprintf(stderr, "<%d>", nPriority);
+    std::vfprintf(stderr, pszFormat, args);
+    std::fputc('\n', stderr);
+}
+
+__attribute__((visibility("default"))) void syslog(int nPriority, const char* pszFormat, ...)
+{
+    va_list args;
+    va_start(args, pszFormat);
+    vsyslog(nPriority, pszFormat, args);
+    va_end(args);
+}
+
+__attribute__((visibility("default"))) void __syslog_chk(int nPriority, int, const char* pszFormat, ...)
+{
+    va_list args;
+    va_start(args, pszFormat);
+    vsyslog(nPriority, pszFormat, args);
+    va_end(args);
+}
+}
+
+namespace
+{
+
+using Environment = std::map<std::string, std::string>;
+using Lines = std::vector<std::string>;
+
+/// Calls a function in a child with these settings. Its result is the child's exit code.
+template <class Function> int RunLogger(const Environment& environment, Function function)
+{
+    std::filesystem::remove(FileOf("stderr"));
+    return RunInChild([&] {
+        for (const auto& [sName, sValue] : environment) {
+            setenv(sName.c_str(), sValue.c_str(), 1);
+        }
+        dup2(open(FileOf("stderr").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600), STDERR_FILENO);
+        return function();
+    });
+}
+
+/// The lines of a log. Time, process and thread are checked and left out; what went to syslog begins
+/// with its priority.
+Lines ReadLines(const char* pszFile = "stderr")
+{
+    Lines lines;
+    std::ifstream file(FileOf(pszFile));
+    for (std::string sLine; std::getline(file, sLine);) {
+        int n[9] = {};
+        int nText = 0;
+        const bool bSyslog = std::sscanf(sLine.c_str(), "<%d>%d %d %n", &n[0], &n[1], &n[2], &nText) == 3;
+        EXPECT_TRUE(bSyslog || std::sscanf(sLine.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%3d%*3d:%*2d %d %d %n", &n[0], &n[1], &n[2], &n[3],
+                                           &n[4], &n[5], &n[6], &n[7], &n[8], &nText) == 9)
+            << sLine;
+        lines.push_back((bSyslog ? sLine.substr(0, 3) : "") + sLine.substr(static_cast<std::size_t>(nText)));
+    }
+    return lines;
+}
+
+int LogEveryLevel()
+{
+    for (const unsigned int uLevel : {0U, 1U, 2U, 8U, 16U}) {
+        pvlogLog("TEST", uLevel, "level=%u", uLevel);
+    }
+    return 0;
+}
+
+TEST(LogTest, Environment_DecidesWhatIsWrittenAndWhere)
+{
+    const Lines all = {"TEST error level=1", "TEST detail level=2", "TEST entry level=8", "TEST exit level=16"};
+    const Lines invalid = {"SHAREDSTORELOG error SHAREDSTORE_LOG_LEVEL is not a bit mask: 1 is used", "TEST error level=1"};
+    const std::tuple<const char*, const char*, const char*, Lines> cases[] = {
+        {"", "", "", {"<3>TEST error level=1"}}, // LOG_ERR in the application's own facility
+        {"syslog", "0x12", "1", {"<7>TEST trace level=0", "<6>TEST detail level=2", "<7>TEST exit level=16"}},
+        {"stderr", "0", "", {}},
+        {"stderr", "3", "0", {"TEST error level=1", "TEST detail level=2"}},
+        {"stderr", "0x1B", "yes", all},
+        {"stderr", "0XFFFFFFFF", "", all}, // no mask turns level 0 on
+        {"stderr", "0", "1", {"TEST trace level=0"}},
+        {"stderr", "all", "", invalid},
+        {"stderr", "1,2", "", invalid},
+        {"stderr", " 1", "", invalid},
+        {"stderr", "-1", "", invalid},
+        {"stderr", "0x", "", invalid},
+        {"stderr", "99999999999", "", invalid},
+    };
+    for (const auto& [pszTarget, pszMask, pszTrace, lines] : cases) {
+        RunLogger({{"SHAREDSTORE_LOG", pszTarget}, {"SHAREDSTORE_LOG_LEVEL", pszMask}, {"SHAREDSTORE_LOG_TRACE", pszTrace}}, LogEveryLevel);
+        EXPECT_EQ(ReadLines(), lines) << pszTarget << ' ' << pszMask << ' ' << pszTrace;
+    }
+}
+
+TEST(LogTest, Text_ThatCouldForgeALine_IsEscaped)
+{
+    const std::map<std::string, std::string> texts = {
+        {"a\nb\r\tc\x1b[2J\x7f", "a\\x0ab\\x0d\\x09c\\x1b[2J\\x7f"},
+        {"Software\\Key \xc3\xa4 \xe2\x82\xac \xf0\x9f\x94\x91", "Software\\Key \xc3\xa4 \xe2\x82\xac \xf0\x9f\x94\x91"}, // printable
+        {"\xc2\x85|\xe2\x80\xa8|\xe2\x80\xae", "\\xc2\\x85|\\xe2\\x80\\xa8|\\xe2\\x80\\xae"}, // next line, line separator, override
+        {"\xc0\x8a|\xe0\x80\x8a|\xed\xa0\x80|\xf5\x80\x80\x80",
+         "\\xc0\\x8a|\\xe0\\x80\\x8a|\\xed\\xa0\\x80|\\xf5\\x80\\x80\\x80"}, // not UTF-8
+        {"\xc3(|\x80|\xe2\x82", "\\xc3(|\\x80|\\xe2\\x82"},                  // incomplete
+        {std::string(16384, 'x'), std::string(16384, 'x')},
+        {std::string(100000, 'x'), std::string(16384 - 6, 'x') + " [cut]"},
+    };
+    for (const auto& [sMessage, sText] : texts) {
+        RunLogger({{"SHAREDSTORE_LOG", "stderr"}}, [&] {
+            pvlogLog("TE\nST", 1, "%s", sMessage.c_str());
+            return 0;
+        });
+        EXPECT_EQ(ReadLines(), Lines{"TE\\x0aST error " + sText});
+    }
+}
+
+TEST(LogTest, Call_KeepsErrnoAndTakesNullForNothing)
+{
+    const int nErrno = RunLogger({{"SHAREDSTORE_LOG", FileOf("errno.log")}}, [] {
+        const std::string sFormat = "%s: %m"; // a literal would be a pedantic warning
+        pvlogLog("TEST", 1, nullptr);
+        errno = ENOENT;
+        pvlogLog(nullptr, 1, sFormat.c_str(), "key");
+        return errno;
+    });
+    EXPECT_EQ(nErrno, ENOENT);
+    EXPECT_EQ(ReadLines("errno.log"), Lines{"- error key: No such file or directory"});
+}
+
+TEST(LogTest, File_IsPrivateAndRotated)
+{
+    RunLogger({{"SHAREDSTORE_LOG", FileOf("logs/store.log")}}, [] {
+        umask(0);
+        for (int nLine = 0; nLine < 400; ++nLine) {
+            pvlogLog("TEST", 1, "%16000d", nLine);
+        }
+        return 0;
+    });
+    int nFiles = 0;
+    for (const auto& entry : std::filesystem::directory_iterator(FileOf("logs"))) {
+        ++nFiles;
+        EXPECT_LE(entry.file_size(), 1024U * 1024U) << entry.path();
+        EXPECT_EQ(entry.status().permissions(), std::filesystem::perms::owner_read | std::filesystem::perms::owner_write) << entry.path();
+    }
+    EXPECT_EQ(nFiles, 4);
+    EXPECT_TRUE(ReadLines("logs/store.log").back().ends_with(" 399"));
+}
+
+TEST(LogTest, File_ThatCannotBeWritten_FallsBackToSyslog)
+{
+    const std::string sNeverOpened = "<3>SHAREDSTORELOG error the file that SHAREDSTORE_LOG names cannot be opened: syslog is used";
+    const std::string sGivenUp = "<3>SHAREDSTORELOG error the log file cannot be written any more: syslog is used";
+    for (const auto& [sFile, sReason] : Environment{{"/proc/no/such/folder/store.log", sNeverOpened}, {"/dev/full", sGivenUp}}) {
+        RunLogger({{"SHAREDSTORE_LOG", sFile}, {"SHAREDSTORE_LOG_LEVEL", "3"}}, LogEveryLevel);
+        EXPECT_EQ(ReadLines(), (Lines{sReason, "<3>TEST error level=1", "<6>TEST detail level=2"}));
+    }
+}
+
+void LogUntilStopped(const std::stop_token& stop)
+{
+    while (!stop.stop_requested()) {
+        pvlogLog("TEST", 1, "busy");
+    }
+}
+
+TEST(LogTest, ForkWhileAnotherThreadLogs_LeavesTheChildAbleToLog)
+{
+    constexpr int Children = 50;
+    const int nFailed = RunLogger({{"SHAREDSTORE_LOG", "stderr"}}, [] {
+        const std::jthread busy(LogUntilStopped);
+        int nFailedChildren = 0;
+        for (int nChild = 0; nChild < Children; ++nChild) {
+            nFailedChildren += RunInChild([] {
+                pvlogLog("CHILD", 1, "pid %d", getpid());
+                return 0;
+            });
+        }
+        return nFailedChildren;
+    });
+    EXPECT_EQ(nFailed, 0);
+    std::ifstream file(FileOf("stderr"));
+    int nLines = 0;
+    for (std::string sLine; std::getline(file, sLine);) {
+        int n[3] = {};
+        nLines +=
+            std::sscanf(sLine.c_str(), "%*s %d %d CHILD error pid %d", &n[0], &n[1], &n[2]) == 3 && n[0] == n[1] && n[0] == n[2] ? 1 : 0;
+    }
+    EXPECT_EQ(nLines, Children);
+}
+
+TEST(LogTest, ExitWhileAnotherThreadLogs_IsClean)
+{
+    const int nResult = RunLogger({{"SHAREDSTORE_LOG", FileOf("exit.log")}}, [] {
+        new std::jthread(LogUntilStopped);
+        usleep(20000);
+        std::exit(0);
+        return 1;
+    });
+    EXPECT_EQ(nResult, 0);
+}
+
+} // namespace

@@ -1,0 +1,68 @@
+// SharedStore - PIN and card data cache
+// SPDX-License-Identifier: Apache-2.0
+
+#include "registry/Location.h"
+
+#include <cstdlib>
+#include <pwd.h>
+#include <string_view>
+#include <unistd.h>
+#include <vector>
+
+namespace Registry
+{
+
+namespace
+{
+
+using std::filesystem::path;
+
+path FromEnvironment(const char* pszVariable)
+{
+    const char* pszValue = secure_getenv(pszVariable);
+    return pszValue != nullptr ? path(pszValue) : path();
+}
+
+/// The home of the effective user in the user database, for programs whose HOME is not to be trusted.
+path HomeOfUser()
+{
+    std::vector<char> buffer(16 * 1024);
+    passwd entry = {};
+    passwd* pEntry = nullptr;
+    getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &pEntry);
+    return pEntry != nullptr ? path(pEntry->pw_dir) : path();
+}
+
+path StateFolder()
+{
+    if (path state = FromEnvironment("XDG_STATE_HOME"); state.is_absolute()) {
+        return state;
+    }
+    path home = FromEnvironment("HOME");
+    if (home.empty()) {
+        home = HomeOfUser();
+    }
+    return home.empty() ? path() : home / ".local/state";
+}
+
+} // namespace
+
+path RegistryFolder()
+{
+    if (path folder = FromEnvironment("SHAREDSTORE_REGISTRY"); !folder.empty()) {
+        return folder;
+    }
+    if (geteuid() == 0) {
+        return "/var/lib/sharedstore/registry";
+    }
+    const path state = StateFolder();
+    return state.empty() ? path() : state / "sharedstore/registry";
+}
+
+bool IsSyncRelaxed()
+{
+    const char* pszSync = secure_getenv("SHAREDSTORE_REGISTRY_SYNC");
+    return pszSync != nullptr && std::string_view(pszSync) == "relaxed";
+}
+
+} // namespace Registry

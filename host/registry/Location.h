@@ -1,0 +1,21 @@
+// SharedStore - PIN and card data cache
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include <filesystem>
+
+namespace Registry
+{
+
+/// The folder of the registry: SHAREDSTORE_REGISTRY, else /var/lib/sharedstore/registry for root,
+/// else sharedstore/registry below XDG_STATE_HOME or ~/.local/state. The environment is ignored in
+/// set-uid programs. Empty for a user without a home.
+std::filesystem::path RegistryFolder();
+
+/// True when SHAREDSTORE_REGISTRY_SYNC is "relaxed": commits are handed to the operating system but
+/// not flushed to the disk. A process may crash at any moment without harm. A machine that crashes
+/// loses the last commits and may leave a database that is refused as damaged.
+bool IsSyncRelaxed();
+
+} // namespace Registry

@@ -1,0 +1,187 @@
+// SharedStore - PIN and card data cache
+// SPDX-License-Identifier: Apache-2.0
+
+// Keys: paths, handles, listing and deletion.
+
+#include "registry/RegistrySupport.h"
+
+namespace
+{
+
+PVHKEY OpenKey(const std::string& sKey)
+{
+    PVHKEY hKey = nullptr;
+    EXPECT_EQ(pvRegOpenKeyEx(Hive, sKey.c_str(), 0, 0, &hKey), ERROR_SUCCESS);
+    return hKey;
+}
+
+class CKeyTest : public testing::Test
+{
+protected:
+    void TearDown() override { ovRegDeleteSubKey(Hive, "", 0, true); }
+};
+
+TEST_F(CKeyTest, Create_MakesMissingParentsAndTellsWhetherItWasThere)
+{
+    unsigned long ulDisposition = 0;
+    PVHKEY hKey = nullptr;
+    ASSERT_EQ(pvRegCreateKeyEx(Hive, "a\\b\\c", 0, nullptr, 0, 0, nullptr, &hKey, &ulDisposition), ERROR_SUCCESS);
+    EXPECT_EQ(ulDisposition, 1U);
+    EXPECT_EQ(pvRegCloseKey(hKey), ERROR_SUCCESS);
+    ASSERT_EQ(pvRegCreateKeyEx(Hive, "a\\b", 0, nullptr, 0, 0, nullptr, &hKey, &ulDisposition), ERROR_SUCCESS);
+    EXPECT_EQ(ulDisposition, 2U);
+    EXPECT_EQ(pvRegCloseKey(hKey), ERROR_SUCCESS);
+    EXPECT_EQ(ListKeys(""), std::vector<std::string>{"a"});
+    EXPECT_EQ(ListKeys("a"), std::vector<std::string>{"b"});
+    EXPECT_EQ(pvRegOpenKeyEx(Hive, "a\\B", 0, 0, &hKey), ERROR_FILE_NOT_FOUND) << "names are compared byte for byte";
+    EXPECT_EQ(pvRegOpenKeyEx("HKEY_CURRENT_USER", "a", 0, 0, &hKey), ERROR_FILE_NOT_FOUND);
+}
+
+TEST_F(CKeyTest, Path_WithABadComponent_IsRefusedByEveryFunction)
+{
+    const std::string sTooLong(255, 'k');
+    struct SPath
+    {
+        const char* pszRoot;
+        const char* pszSubKey;
+    };
+    for (const auto& [pszRoot, pszSubKey] : {SPath{nullptr, "a"},
+                                             {Hive, nullptr},
+                                             {"", "a"},
+                                             {"a\\b", ""},
+                                             {Hive, "\\a"},
+                                             {Hive, "a\\"},
+                                             {Hive, "a\\\\b"},
+                                             {Hive, "\\"},
+                                             {Hive, sTooLong.c_str()},
+                                             {sTooLong.c_str(), "a"}}) {
+        SCOPED_TRACE(pszSubKey != nullptr ? pszSubKey : "null");
+        PVHKEY hKey = nullptr;
+        unsigned long ulNumber = 0;
+        EXPECT_EQ(pvRegCreateKeyEx(pszRoot, pszSubKey, 0, nullptr, 0, 0, nullptr, &hKey, nullptr), ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(pvRegOpenKeyEx(pszRoot, pszSubKey, 0, 0, &hKey), ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(ovRegReadValueEx(pszRoot, pszSubKey, "v", nullptr, nullptr, &ulNumber, 0), ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(ovRegListKeys(pszRoot, pszSubKey, nullptr, &ulNumber), ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(ovRegListValueNamesEx(pszRoot, pszSubKey, nullptr, &ulNumber, -1, 0), ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(ovRegDeleteValue(pszRoot, pszSubKey, "v", 0), ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(ovRegDeleteKey(pszRoot, pszSubKey, true, 0), ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(ovRegDeleteSubKey(pszRoot, pszSubKey, 0, true), ERROR_INVALID_PARAMETER);
+        EXPECT_EQ(hKey, nullptr);
+    }
+    EXPECT_EQ(pvRegOpenKeyEx(Hive, "", 0, 0, nullptr), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(ovRegListKeys(Hive, "", nullptr, nullptr), ERROR_INVALID_PARAMETER);
+}
+
+TEST_F(CKeyTest, Path_OfAnyLength_IsAccepted)
+{
+    std::string sPath(254, 'k');
+    for (int nLevel = 0; nLevel < 100; ++nLevel) {
+        sPath += "\\" + std::string(254, static_cast<char>('a' + nLevel % 26));
+    }
+    ASSERT_EQ(SetValue(sPath, "v", "deep"), ERROR_SUCCESS);
+    EXPECT_EQ(ReadValue(sPath, "v"), Found("deep"));
+}
+
+TEST_F(CKeyTest, ListKeys_InByteOrder_AndTellsTheCountThatIsNeeded)
+{
+    const std::string sLongest(254, 'x');
+    for (const char* pszName : {"b", "B", "ab", "a", "\xC3\xA9", sLongest.c_str()}) {
+        ASSERT_EQ(SetValue(std::string("list\\") + pszName + "\\below", "v", "not listed"), ERROR_SUCCESS);
+    }
+    EXPECT_EQ(ListKeys("list"), (std::vector<std::string>{"B", "a", "ab", "b", sLongest, "\xC3\xA9"}));
+    ovRegKey aKeys[5] = {};
+    unsigned long ulCount = 5;
+    EXPECT_EQ(ovRegListKeysEx(Hive, "list", aKeys, &ulCount, 0), ERROR_MORE_DATA);
+    EXPECT_EQ(ulCount, 6U);
+    EXPECT_STREQ(aKeys[0].szName, "");
+}
+
+TEST_F(CKeyTest, EnumKey_WalksByIndex)
+{
+    ASSERT_EQ(CreateKey("enum\\first"), ERROR_SUCCESS);
+    ASSERT_EQ(CreateKey("enum\\second"), ERROR_SUCCESS);
+    PVHKEY hKey = OpenKey("enum");
+    char szName[8] = "?";
+    unsigned long ulSize = 0;
+    EXPECT_EQ(pvRegEnumKeyEx(hKey, 1, nullptr, &ulSize, nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
+    EXPECT_EQ(ulSize, 7U) << "what a buffer needs";
+    ulSize = 6;
+    EXPECT_EQ(pvRegEnumKeyEx(hKey, 1, szName, &ulSize, nullptr, nullptr, nullptr, nullptr), ERROR_MORE_DATA);
+    EXPECT_EQ(ulSize, 7U);
+    EXPECT_STREQ(szName, "?");
+    EXPECT_EQ(pvRegEnumKeyEx(hKey, 1, szName, &ulSize, nullptr, nullptr, nullptr, nullptr), ERROR_SUCCESS);
+    EXPECT_EQ(ulSize, 6U) << "without the NUL";
+    EXPECT_STREQ(szName, "second");
+    EXPECT_EQ(pvRegEnumKeyEx(hKey, 2, szName, &ulSize, nullptr, nullptr, nullptr, nullptr), ERROR_NO_MORE_ITEMS);
+    EXPECT_EQ(pvRegEnumKeyEx(hKey, 0, szName, nullptr, nullptr, nullptr, nullptr, nullptr), ERROR_INVALID_PARAMETER);
+    EXPECT_EQ(pvRegCloseKey(hKey), ERROR_SUCCESS);
+}
+
+TEST_F(CKeyTest, Handle_OfADeletedKey_StaysDeadWhenTheKeyIsMadeAgain)
+{
+    ASSERT_EQ(SetValue("parent\\child", "v", "old"), ERROR_SUCCESS);
+    PVHKEY hKey = OpenKey("parent\\child");
+    EXPECT_EQ(ReadValue("parent\\child", "v"), Found("old"));
+    ASSERT_EQ(ovRegDeleteKey(Hive, "parent", true, 0), ERROR_SUCCESS);
+    ASSERT_EQ(CreateKey("parent\\child"), ERROR_SUCCESS);
+
+    char szName[255];
+    unsigned long ulSize = sizeof(szName);
+    EXPECT_EQ(pvRegSetValueEx(hKey, "v", 0, REG_SZ, nullptr, 0), ERROR_KEY_DELETED);
+    EXPECT_EQ(pvRegEnumKeyEx(hKey, 0, szName, &ulSize, nullptr, nullptr, nullptr, nullptr), ERROR_KEY_DELETED);
+    EXPECT_EQ(pvRegCloseKey(hKey), ERROR_SUCCESS);
+    EXPECT_EQ(ReadValue("parent\\child", "v"), NotFound) << "what was remembered of the old key is not used";
+
+    EXPECT_EQ(pvRegSetValueEx(nullptr, "v", 0, REG_SZ, nullptr, 0), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(pvRegEnumKeyEx(nullptr, 0, szName, &ulSize, nullptr, nullptr, nullptr, nullptr), ERROR_INVALID_HANDLE);
+    EXPECT_EQ(pvRegCloseKey(nullptr), ERROR_INVALID_HANDLE);
+}
+
+TEST_F(CKeyTest, DeleteKey_NotRecursive_SparesAKeyWithSubKeys)
+{
+    ASSERT_EQ(SetValue("a\\b", "v", "1"), ERROR_SUCCESS);
+    ASSERT_EQ(SetValue("a", "v", "2"), ERROR_SUCCESS);
+    EXPECT_EQ(ovRegDeleteKey(Hive, "a", false, 0), ERROR_DIR_NOT_EMPTY);
+    EXPECT_EQ(ReadValue("a", "v"), Found("2"));
+    EXPECT_EQ(ovRegDeleteKey(Hive, "a\\b", false, 0), ERROR_SUCCESS);
+    EXPECT_EQ(ovRegDeleteKey(Hive, "a", false, 0), ERROR_SUCCESS);
+    EXPECT_EQ(ovRegDeleteKey(Hive, "a", false, 0), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(ovRegDeleteKey(Hive, "", true, 0), ERROR_INVALID_PARAMETER) << "the hive itself";
+}
+
+TEST_F(CKeyTest, DeleteSubKey_TakesTheTreeAndNothingElse)
+{
+    ASSERT_EQ(SetValue("a\\b\\c", "v", "1"), ERROR_SUCCESS);
+    ASSERT_EQ(SetValue("a\\b", "v", "2"), ERROR_SUCCESS);
+    ASSERT_EQ(SetValue("a\\bc", "v", "beside"), ERROR_SUCCESS);
+    EXPECT_EQ(ovRegDeleteSubKey(Hive, "a\\b", 0, true), ERROR_SUCCESS);
+    EXPECT_EQ(ListKeys("a"), (std::vector<std::string>{"b", "bc"}));
+    EXPECT_TRUE(ListKeys("a\\b").empty());
+    EXPECT_EQ(ReadValue("a\\b", "v"), NotFound);
+    EXPECT_EQ(ovRegDeleteSubKey(Hive, "a\\b", 0, false), ERROR_SUCCESS);
+    EXPECT_EQ(ListKeys("a"), std::vector<std::string>{"bc"});
+    EXPECT_EQ(ReadValue("a\\bc", "v"), Found("beside"));
+    EXPECT_EQ(ovRegDeleteSubKey(Hive, "a\\b", 0, false), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(ovRegDeleteSubKey(Hive, "", 0, false), ERROR_INVALID_PARAMETER) << "the hive itself";
+}
+
+TEST(KeyTreeTest, Delete_OfADeepAndWideTree_LeavesNothing)
+{
+    InChild(NewFolder("trees"), [] {
+        std::string sDeep = "tree";
+        for (int nLevel = 0; nLevel < 20000; ++nLevel) {
+            sDeep += "\\d";
+        }
+        ASSERT_EQ(SetValue(sDeep, "v", "bottom"), ERROR_SUCCESS);
+        for (int nKey = 0; nKey < 2500; ++nKey) {
+            ASSERT_EQ(SetValue("tree\\wide" + std::to_string(nKey), "v", "leaf"), ERROR_SUCCESS);
+        }
+        ASSERT_EQ(SetValue("beside", "v", "stays"), ERROR_SUCCESS);
+        EXPECT_EQ(ovRegDeleteSubKey(Hive, "tree", 0, false), ERROR_SUCCESS);
+        EXPECT_EQ(ListKeys(""), std::vector<std::string>{"beside"});
+        ASSERT_EQ(CreateKey(sDeep), ERROR_SUCCESS);
+        EXPECT_EQ(ReadValue(sDeep, "v"), NotFound);
+    });
+}
+
+} // namespace

@@ -75,7 +75,7 @@ LogText FormatMessage(const char* pszFormat, va_list args)
 
     const std::size_t uLength = std::min(static_cast<std::size_t>(nLength), MaxLogMessage);
     LogText text(uLength + 1);
-    std::vsnprintf(text.data(), text.size(), pszFormat, args);
+    (void)std::vsnprintf(text.data(), text.size(), pszFormat, args);
     text.pop_back();
     if (uLength < static_cast<std::size_t>(nLength)) {
         std::copy(LogCutMark.begin(), LogCutMark.end(), text.end() - std::ssize(LogCutMark));

@@ -15,7 +15,7 @@ constexpr const char* DataFileName = "data.mdb";
 constexpr const char* LockFileName = "lock.mdb";
 
 /// Modest, because the map is address space of the host process. It doubles on demand.
-constexpr std::size_t InitialMapSize = 16 * 1024 * 1024;
+constexpr std::size_t InitialMapSize = std::size_t{16} * 1024 * 1024;
 constexpr mode_t FileMode = 0600;
 constexpr mode_t FolderMode = 0700;
 

@@ -21,7 +21,7 @@ std::atomic<CDatabase*> g_pDatabase = nullptr;
 class CInstance
 {
 public:
-    CInstance() { pthread_atfork(nullptr, nullptr, &Abandon); }
+    CInstance() noexcept { pthread_atfork(nullptr, nullptr, &Abandon); }
     ~CInstance() { delete g_pDatabase.exchange(nullptr); }
 
     static CDatabase& Get()

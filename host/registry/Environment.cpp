@@ -180,7 +180,7 @@ bool CEnvironment::IsWritableByNow() const
 bool CEnvironment::IsDiskFull() const
 {
     // With the writer's lock, so that nobody else appends there. What lies past the last page means nothing.
-    static constexpr std::array<char, 64 * 1024> Zeros = {};
+    static constexpr std::array<char, std::size_t{64}* 1024> Zeros = {};
     CTxnPtr pLock;
     struct stat status = {};
     rlimit limit = {};

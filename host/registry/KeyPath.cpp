@@ -15,7 +15,7 @@ namespace Registry
 
 CKeyPath::CKeyPath(const char* pszRoot, const char* pszSubKey) : m_bNull(pszRoot == nullptr || pszSubKey == nullptr)
 {
-    if (!m_bNull) {
+    if (pszRoot != nullptr && pszSubKey != nullptr) {
         m_sRoot = pszRoot;
         m_sSubKey = pszSubKey;
     }

@@ -26,7 +26,7 @@ path FromEnvironment(const char* pszVariable)
 /// The home of the effective user in the user database, for programs whose HOME is not to be trusted.
 path HomeOfUser()
 {
-    std::vector<char> buffer(16 * 1024);
+    std::vector<char> buffer(std::size_t{16} * 1024);
     passwd entry = {};
     passwd* pEntry = nullptr;
     getpwuid_r(geteuid(), &entry, buffer.data(), buffer.size(), &pEntry);

@@ -26,7 +26,7 @@ namespace Registry
 
 constexpr std::size_t MaxKeyNameSize = 254;
 constexpr std::size_t MaxValueNameSize = 255;
-constexpr std::size_t MaxValueSize = 16 * 1024 * 1024;
+constexpr std::size_t MaxValueSize = std::size_t{16} * 1024 * 1024;
 
 constexpr std::size_t NumberSize = 8;
 constexpr std::size_t MaxRecordSize = 2 * NumberSize + MaxValueSize; // checksum, type, bytes

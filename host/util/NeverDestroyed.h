@@ -9,7 +9,7 @@
 /// after those of the library. What they can still reach is kept in a CNeverDestroyed and shut down
 /// by an explicit call; afterwards it is closed, but it exists.
 template <class T> union CNeverDestroyed {
-    constexpr CNeverDestroyed() : Value() {}
+    constexpr CNeverDestroyed() noexcept : Value() {}
     ~CNeverDestroyed() {}
     CNeverDestroyed(const CNeverDestroyed&) = delete;
     CNeverDestroyed& operator=(const CNeverDestroyed&) = delete;

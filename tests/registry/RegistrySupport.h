@@ -25,24 +25,22 @@ inline std::filesystem::path NewFolder(const std::string& sName)
     return std::filesystem::path(std::getenv("SHAREDSTORE_TEST_FOLDER")) / (sName + "-" + std::to_string(getpid()));
 }
 
-/// Runs checks in a child process that finds its registry in a folder, with commits that don't wait
-/// for the disk. Fails when the checks fail or the child dies.
+/// Makes this process find its registry in a folder, with commits that don't wait for the disk.
+inline void UseRegistryIn(const std::filesystem::path& folder)
+{
+    setenv("SHAREDSTORE_REGISTRY", folder.c_str(), 1);
+    setenv("SHAREDSTORE_REGISTRY_SYNC", "relaxed", 1);
+}
+
+/// Runs checks in a child process with a registry folder. Fails when the checks fail or the child dies.
 template <class TChecks> void InChild(const std::filesystem::path& folder, TChecks checks)
 {
     const int nResult = RunInChild([&] {
-        setenv("SHAREDSTORE_REGISTRY", folder.c_str(), 1);
-        setenv("SHAREDSTORE_REGISTRY_SYNC", "relaxed", 1);
+        UseRegistryIn(folder);
         checks();
         return testing::Test::HasFailure() ? 1 : 0;
     });
     EXPECT_EQ(nResult, 0) << "in a child process";
-}
-
-inline long CreateKey(const std::string& sKey)
-{
-    PVHKEY hKey = nullptr;
-    const long nCode = pvRegCreateKeyEx(Hive, sKey.c_str(), 0, nullptr, 0, 0, nullptr, &hKey, nullptr);
-    return nCode == ERROR_SUCCESS ? pvRegCloseKey(hKey) : nCode;
 }
 
 inline long SetValue(const std::string& sKey, const std::string& sName, std::string_view sData, unsigned long ulType = REG_BINARY)

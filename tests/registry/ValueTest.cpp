@@ -5,6 +5,8 @@
 
 #include "registry/RegistrySupport.h"
 
+#include <tuple>
+
 namespace
 {
 
@@ -46,9 +48,7 @@ TEST_F(CValueTest, ReadValue_WithTooSmallBuffer_TellsTheSizeAndTouchesNothingEls
     EXPECT_EQ(ulSize, 5U);
     EXPECT_EQ(ulType, 99U);
     EXPECT_EQ(aBuffer[0], 1);
-
     EXPECT_EQ(ovRegReadValueEx(Hive, "Values", "none", &ulType, aBuffer, &ulSize, 0), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(ovRegReadValueEx(Hive, "None", "v", &ulType, aBuffer, &ulSize, 0), ERROR_FILE_NOT_FOUND);
     EXPECT_EQ(ulSize, 5U) << "not written by a failure";
     EXPECT_EQ(ovRegReadValueEx(Hive, "Values", "v", &ulType, aBuffer, nullptr, 0), ERROR_INVALID_PARAMETER);
     EXPECT_EQ(ovRegReadValueEx(Hive, "Values", "v", &ulType, nullptr, &ulSize, 1), ERROR_INVALID_PARAMETER) << "flags";
@@ -62,8 +62,6 @@ TEST_F(CValueTest, ReadDword_OfAnotherTypeOrSize_IsUnsupported)
     unsigned long ulValue = 7;
     EXPECT_EQ(ovRegReadDWORDValueEx(Hive, "Values", "long", &ulValue, 0), ERROR_UNSUPPORTED_TYPE);
     EXPECT_EQ(ovRegReadDWORDValueEx(Hive, "Values", "binary", &ulValue, 0), ERROR_UNSUPPORTED_TYPE);
-    EXPECT_EQ(ovRegReadDWORDValueEx(Hive, "Values", "none", &ulValue, 0), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(ovRegReadDWORDValueEx(Hive, "Values", "number", nullptr, 0), ERROR_INVALID_PARAMETER);
     EXPECT_EQ(ulValue, 7U);
     EXPECT_EQ(ovRegReadDWORDValueEx(Hive, "Values", "number", &ulValue, 0), ERROR_SUCCESS);
     EXPECT_EQ(ulValue, 0x12345678U);
@@ -71,45 +69,34 @@ TEST_F(CValueTest, ReadDword_OfAnotherTypeOrSize_IsUnsupported)
 
 TEST_F(CValueTest, ReadString_AddsTheNulThatIsMissing)
 {
-    struct SCase
-    {
-        std::string sStored;
-        unsigned long ulSize;
-        std::string sText;
-    };
-    for (const auto& [sStored, ulSize, sText] : {SCase{"", 1, ""}, {"abc", 4, "abc"}, {"abc\0"s, 4, "abc"}, {"a\0c"s, 3, "a"}}) {
+    const std::tuple<std::string, unsigned long, const char*> cases[] = {
+        {"", 1, ""}, {"abc", 4, "abc"}, {"abc\0"s, 4, "abc"}, {"a\0c"s, 3, "a"}};
+    for (const auto& [sStored, ulSize, pszText] : cases) {
         ASSERT_EQ(SetValue("Values", "text", sStored, REG_SZ), ERROR_SUCCESS);
-        unsigned long ulNeeded = 0;
-        EXPECT_EQ(ovRegReadStringValueEx(Hive, "Values", "text", nullptr, &ulNeeded, 0), ERROR_SUCCESS);
-        EXPECT_EQ(ulNeeded, ulSize);
         char szBuffer[] = "?????";
         unsigned long ulGiven = ulSize - 1;
         EXPECT_EQ(ovRegReadStringValueEx(Hive, "Values", "text", szBuffer, &ulGiven, 0), ERROR_MORE_DATA);
         EXPECT_EQ(ulGiven, ulSize);
         EXPECT_STREQ(szBuffer, "?????");
         EXPECT_EQ(ovRegReadStringValueEx(Hive, "Values", "text", szBuffer, &ulGiven, 0), ERROR_SUCCESS);
-        EXPECT_EQ(szBuffer, sText);
+        EXPECT_STREQ(szBuffer, pszText);
     }
     unsigned long ulSize = 0;
-    ASSERT_EQ(SetValue("Values", "binary", "abc", REG_BINARY), ERROR_SUCCESS);
-    EXPECT_EQ(ovRegReadStringValueEx(Hive, "Values", "binary", nullptr, &ulSize, 0), ERROR_UNSUPPORTED_TYPE);
-    EXPECT_EQ(ovRegReadStringValueEx(Hive, "Values", "text", nullptr, nullptr, 0), ERROR_INVALID_PARAMETER);
+    ASSERT_EQ(SetValue("Values", "text", "abc", REG_BINARY), ERROR_SUCCESS);
+    EXPECT_EQ(ovRegReadStringValueEx(Hive, "Values", "text", nullptr, &ulSize, 0), ERROR_UNSUPPORTED_TYPE);
 }
 
-TEST_F(CValueTest, ListValueNames_InByteOrderAndByType)
+TEST_F(CValueTest, Values_AreListedInByteOrderAndByTypeAndDeletedOneByOne)
 {
     const std::string sLongest(255, 'z');
-    for (const auto& [sName, ulType] : std::initializer_list<std::pair<std::string, unsigned long>>{
-             {sLongest, REG_SZ}, {"\xC3\xA9", REG_SZ}, {"", REG_BINARY}, {"b", REG_SZ}, {"B", REG_QWORD}, {"ba", REG_SZ}}) {
-        ASSERT_EQ(SetValue("Values\\List", sName, sName, ulType), ERROR_SUCCESS);
+    for (const std::string& sName : {sLongest, std::string("\xC3\xA9"), std::string("b"), std::string("B"), std::string("ba")}) {
+        ASSERT_EQ(SetValue("Values\\List", sName, sName, REG_SZ), ERROR_SUCCESS);
     }
+    ASSERT_EQ(SetValue("Values\\List", "", "", REG_QWORD), ERROR_SUCCESS);
     EXPECT_EQ(SetValue("Values\\List", sLongest + "z", ""), ERROR_INVALID_PARAMETER);
 
-    unsigned long ulCount = 0;
-    EXPECT_EQ(ovRegListValueNamesEx(Hive, "Values\\List", nullptr, &ulCount, -1, 0), ERROR_SUCCESS);
-    ASSERT_EQ(ulCount, 6U);
     ovRegValue aValues[6] = {};
-    ulCount = 5;
+    unsigned long ulCount = 5;
     EXPECT_EQ(ovRegListValueNamesEx(Hive, "Values\\List", aValues, &ulCount, -1, 0), ERROR_MORE_DATA);
     EXPECT_EQ(ulCount, 6U);
     EXPECT_EQ(aValues[1].ulType, 0U) << "a buffer that is too small is left alone";
@@ -118,23 +105,15 @@ TEST_F(CValueTest, ListValueNames_InByteOrderAndByType)
     for (std::size_t uValue = 0; uValue < 6; ++uValue) {
         EXPECT_EQ(aValues[uValue].szName, aExpected[uValue]);
         EXPECT_EQ(aValues[uValue].ulSize, aExpected[uValue].size());
+        EXPECT_EQ(aValues[uValue].ulType, uValue == 0 ? REG_QWORD : REG_SZ);
     }
-    EXPECT_EQ(aValues[1].ulType, REG_QWORD);
-
-    EXPECT_EQ(ovRegListValueNamesEx(Hive, "Values\\List", aValues, &ulCount, REG_BINARY, 0), ERROR_SUCCESS);
+    EXPECT_EQ(ovRegListValueNamesEx(Hive, "Values\\List", nullptr, &ulCount, REG_QWORD, 0), ERROR_SUCCESS);
     EXPECT_EQ(ulCount, 1U);
-    EXPECT_STREQ(aValues[0].szName, "");
     EXPECT_EQ(ovRegListValueNamesEx(Hive, "None", nullptr, &ulCount, -1, 0), ERROR_FILE_NOT_FOUND);
-}
 
-TEST_F(CValueTest, DeleteValue_LeavesTheOthers)
-{
-    ASSERT_EQ(SetValue("Values", "a", "1"), ERROR_SUCCESS);
-    ASSERT_EQ(SetValue("Values", "ab", "2"), ERROR_SUCCESS);
-    EXPECT_EQ(ovRegDeleteValue(Hive, "Values", "a", 0), ERROR_SUCCESS);
-    EXPECT_EQ(ovRegDeleteValue(Hive, "Values", "a", 0), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(ReadValue("Values", "a"), NotFound);
-    EXPECT_EQ(ReadValue("Values", "ab"), Found("2"));
+    EXPECT_EQ(ovRegDeleteValue(Hive, "Values\\List", "b", 0), ERROR_SUCCESS);
+    EXPECT_EQ(ovRegDeleteValue(Hive, "Values\\List", "b", 0), ERROR_FILE_NOT_FOUND);
+    EXPECT_EQ(ReadValue("Values\\List", "ba"), Found("ba"));
 }
 
 } // namespace

@@ -6,19 +6,30 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-/// Runs a function in a forked child and returns the child's exit code, which is the function's
-/// result unless it ends the child itself; minus the number of the signal that killed it. A child
-/// that hangs is killed.
-template <class Function> int RunInChild(Function function)
+/// Starts a child that runs a function and exits with its result. A child that hangs is killed.
+template <class Function> pid_t StartChild(Function function)
 {
-    constexpr unsigned int MaxSeconds = 30;
+    constexpr unsigned int MaxSeconds = 60;
     const pid_t nChild = fork();
     if (nChild == 0) {
         alarm(MaxSeconds);
         _exit(function());
     }
+    return nChild;
+}
+
+/// A child's exit code; minus the number of the signal that killed it.
+inline int WaitForChild(pid_t nChild)
+{
     int nStatus = 0;
     while (waitpid(nChild, &nStatus, 0) < 0) {
     }
     return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -WTERMSIG(nStatus);
+}
+
+/// Runs a function in a child to its end.
+/// @return as WaitForChild
+template <class Function> int RunInChild(Function function)
+{
+    return WaitForChild(StartChild(function));
 }

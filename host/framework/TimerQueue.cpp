@@ -7,6 +7,8 @@
 #include "platform/Log.h"
 #include "util/NeverDestroyed.h"
 
+#include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <new>
 #include <utility>
@@ -18,7 +20,7 @@ namespace
 
 constexpr const char* ThreadName = "ss-timer";
 constexpr std::size_t ThreadStackBytes = 256UL * 1024UL;
-constexpr BootTime AtOnce = 1;
+constexpr BootTime LongestWait = BootSecond;
 
 CNeverDestroyed<CTimerQueue> s_Queue;
 
@@ -88,19 +90,18 @@ void CTimerQueue::Stop() noexcept
     if (!m_bThread || OnThreadLocked()) { // a callback may end the process
         return;
     }
-    m_Alarm.SetEarlier(AtOnce);
+    m_Wake.notify_one();
     lock.unlock();
     pthread_join(m_Thread, nullptr);
     lock.lock();
     m_bThread = false;
-    m_Alarm.Close();
 }
 
 void CTimerQueue::AfterForkInChild() noexcept
 {
     std::unique_ptr<ITimerCallbackFunction> pOrphan; // deleted without the lock
     new (&m_CallbackDone) std::condition_variable;   // whoever waited does not exist here
-    m_Alarm.Close();
+    new (&m_Wake) std::condition_variable;
     if (!OnThreadLocked()) {
         m_bThread = false;
         pOrphan = std::move(m_pOrphan);
@@ -140,10 +141,13 @@ bool CTimerQueue::StartThreadLocked() noexcept
 
 void CTimerQueue::ScheduleLocked(CTimerEntry& entry) noexcept
 {
-    entry.m_nDeadline = GetBootTime() + entry.m_nPeriod;
+    const BootTime nNow = GetBootTime();
+    entry.m_nDeadline = nNow + entry.m_nPeriod;
     if (!entry.m_Node.empty()) { // otherwise the thread finds the new deadline at the old time
         InsertLocked(entry);
-        m_Alarm.SetEarlier(entry.m_nDeadline);
+        if (entry.m_nDeadline < m_nWakeTime || m_nWakeTime <= nNow) { // it is awake, or late: the machine slept
+            m_Wake.notify_one();
+        }
     }
 }
 
@@ -170,11 +174,11 @@ void CTimerQueue::Run()
 {
     Lock lock(m_Mutex);
     while (!m_bStopped) {
-        m_Alarm.SetAwake();
-        if (CTimerEntry* pEntry = TakeDueLocked(GetBootTime())) {
+        const BootTime nNow = GetBootTime();
+        if (CTimerEntry* pEntry = TakeDueLocked(nNow)) {
             Call(*pEntry, lock);
         } else {
-            Sleep(lock);
+            Sleep(nNow, lock);
         }
     }
 }
@@ -195,11 +199,15 @@ void CTimerQueue::Call(CTimerEntry& entry, Lock& lock)
     }
 }
 
-void CTimerQueue::Sleep(Lock& lock)
+void CTimerQueue::Sleep(BootTime nNow, Lock& lock)
 {
-    m_Alarm.Set(m_Schedule.empty() ? BootNever : m_Schedule.begin()->first);
-    const int nDescriptor = m_Alarm.GetDescriptor();
-    lock.unlock();
-    CAlarmClock::Sleep(nDescriptor);
-    lock.lock();
+    if (m_Schedule.empty()) {
+        m_nWakeTime = BootNever;
+        m_Wake.wait(lock);
+    } else {
+        const BootTime nWait = std::min(m_Schedule.begin()->first - nNow, LongestWait);
+        m_nWakeTime = nNow + nWait;
+        m_Wake.wait_for(lock, std::chrono::nanoseconds(nWait));
+    }
+    m_nWakeTime = 0;
 }

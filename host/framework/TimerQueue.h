@@ -3,7 +3,7 @@
 
 #pragma once
 
-#include "framework/AlarmClock.h"
+#include "framework/BootClock.h"
 #include "platform/Framework.h"
 
 #include <condition_variable>
@@ -44,6 +44,11 @@ private:
 /// a callback that deletes another timer never finds it running, so two callbacks may delete each
 /// other's timer.
 ///
+/// The thread waits without a descriptor: programs that become daemons close those that are not their
+/// own, and reuse the numbers. No wait ends by itself at a time of CLOCK_BOOTTIME, so while timers
+/// exist the thread looks at that clock at least once a second: after the machine slept, a timer fires
+/// at most that late. Without timers the thread sleeps until there is one.
+///
 /// In a forked child the timers go on with the time that was left to them, each in its own copy. The
 /// child gets a thread of its own at once when a timer is waiting (what has been cached has to
 /// expire there too, and nothing else would call us), otherwise with its next timer. A callback that was
@@ -82,12 +87,13 @@ private:
 
     void Run();
     void Call(CTimerEntry& entry, Lock& lock);
-    void Sleep(Lock& lock);
+    void Sleep(BootTime nNow, Lock& lock);
 
     std::mutex m_Mutex; // guards what follows, and all entries
     std::condition_variable m_CallbackDone;
+    std::condition_variable m_Wake; // the thread waits for it
     TimerSchedule m_Schedule;
-    CAlarmClock m_Alarm;
+    BootTime m_nWakeTime = 0; // when the thread looks at the schedule next; long ago while it is awake
     pthread_t m_Thread{};
     bool m_bThread = false;
     bool m_bStopped = false;

@@ -9,7 +9,8 @@
 #include <string_view>
 #include <vector>
 
-/// Text of a line. Level 0 lines can carry clear values, so it is wiped when it goes.
+/// Text of a line. Level 0 lines can carry clear values, so it is wiped when it goes. The copies that
+/// spdlog and syslog(3) make of the finished line are not.
 using LogText = std::vector<char, OV::Framework::secallocator<char>>;
 
 /// A longer message is cut here, and ends with LogCutMark instead.

@@ -3,6 +3,8 @@
 
 #include "log/LogWriter.h"
 
+#include "util/StandardDescriptors.h"
+
 #include <unistd.h>
 
 namespace
@@ -52,6 +54,7 @@ void CLogWriter::Open()
         return;
     }
     const LogSettings settings = ReadLogSettings();
+    const CStandardDescriptorsTaken taken;
     try {
         m_pSink = MakeSink(settings.sTarget);
     } catch (const spdlog::spdlog_ex&) {
@@ -71,6 +74,7 @@ void CLogWriter::Write(const char* pszComponent, unsigned int uLevel, const LogT
     if (m_pSink == nullptr) {
         return;
     }
+    const CStandardDescriptorsTaken taken; // the line may open the next file, or syslog(3) its socket
     try {
         WriteLocked(sComponent, uLevel, ToView(message));
     } catch (const spdlog::spdlog_ex&) {

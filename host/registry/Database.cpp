@@ -7,6 +7,7 @@
 #include "platform/Registry.h"
 #include "registry/DatabaseFiles.h"
 #include "registry/Location.h"
+#include "util/StandardDescriptors.h"
 
 #include <atomic>
 #include <cerrno>
@@ -25,6 +26,9 @@ constexpr unsigned MaxCures = 32;
 // Results of an attempt that are no code of LMDB or errno.
 constexpr int NotOpen = -1;
 constexpr int StateLost = -2; // the pages that a reader saw may have been written under it
+
+/// The kinds of failures that were logged since the database was opened or written to, a bit for each.
+std::atomic<std::uint32_t> g_uReported = 0;
 
 } // namespace
 
@@ -131,6 +135,9 @@ int CDatabase::TryWrite(const WriteAct& act, long& nResult)
         nResult = act(transaction);
         if (nResult == ERROR_SUCCESS) {
             nError = mdb_txn_commit(pTxn.release());
+            if (nError == MDB_SUCCESS) {
+                g_uReported = 0;
+            }
         }
     } catch (const CStorageError& error) {
         nError = error.Code();
@@ -152,12 +159,20 @@ bool CDatabase::Open(EWhenMissing eWhenMissing)
         }
         return false;
     }
+    if (!folder.is_absolute()) {
+        throw CStorageError(ENOTDIR, "the path of the registry's folder is not absolute");
+    }
+    const CStandardDescriptorsTaken taken;
     m_pEnvironment = CEnvironment::Open(folder);
     if (!m_pEnvironment && eWhenMissing == EWhenMissing::Create) {
         CreateDatabase(folder);
         m_pEnvironment = CEnvironment::Open(folder);
     }
-    return m_pEnvironment != nullptr;
+    if (!m_pEnvironment) {
+        return false;
+    }
+    g_uReported = 0;
+    return true;
 }
 
 void CDatabase::Cure(int nError, unsigned uAttempt)
@@ -212,11 +227,10 @@ void CDatabase::Close()
 
 long CDatabase::Report(const CStorageError& error) noexcept
 {
-    static std::atomic<std::uint32_t> s_uReported = 0; // a bit per kind of failure
     const long nCode = error.RegistryCode();
     const std::uint32_t uKind = std::uint32_t(1) << (static_cast<unsigned long>(nCode) % 32); // no two of our codes share one
     try {
-        if ((s_uReported.fetch_or(uKind) & uKind) == 0) {
+        if ((g_uReported.fetch_or(uKind) & uKind) == 0) {
             pvlogLog("SRVSHAREDSTORE", 1, "Registry %s: %s (code %d), answered with %ld", (RegistryFolder() / DataFileName).c_str(),
                      error.Reason(), error.Code(), nCode);
         }

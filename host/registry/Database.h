@@ -47,7 +47,8 @@ public:
     /// in which act finds nothing to write to. Throws CStorageError; nothing was written then.
     template <class TAct> long Write(EWhenMissing eWhenMissing, TAct act) { return RunWrite(eWhenMissing, std::ref(act)); }
 
-    /// Logs a failure, the first of its kind only, and returns its registry code.
+    /// Logs a failure, only the first of its kind until the database is opened or written to again, and
+    /// returns its registry code.
     static long Report(const CStorageError& error) noexcept;
 
 private:

@@ -191,7 +191,10 @@ bool CEnvironment::IsDiskFull() const
         return true; // trying would raise a signal
     }
     const ssize_t nWritten = pwrite(File(), Zeros.data(), Zeros.size(), status.st_size);
-    return nWritten < 0 ? errno == ENOSPC || errno == EDQUOT : static_cast<std::size_t>(nWritten) < Zeros.size();
+    if (nWritten < 0) {
+        return errno == ENOSPC || errno == EDQUOT;
+    }
+    return ftruncate(File(), status.st_size) == 0 && static_cast<std::size_t>(nWritten) < Zeros.size();
 }
 
 } // namespace Registry

@@ -29,7 +29,7 @@ constexpr unsigned long OpenedKey = 2;
 /// Opens the key that find(database, handle) looks for.
 template <class TFind> long OpenHandle(bool bArgumentsValid, const CKeyPath& path, PVHKEY* phKey, TFind find)
 {
-    return Run(bArgumentsValid && phKey != nullptr, [&](CDatabase& database) {
+    return Run(bArgumentsValid && phKey != nullptr && path.IsValid(), [&](CDatabase& database) {
         std::unique_ptr<PvRegKey> pHandle(new PvRegKey{SKey(), std::string(path.LastName())});
         const long nCode = find(database, pHandle->key);
         if (nCode == ERROR_SUCCESS) {
@@ -94,7 +94,7 @@ long pvRegEnumKeyEx(PVHKEY hKey, unsigned long ulIndex, char* pszName, unsigned 
     const auto give = [&](std::string_view sName) {
         const long nCode = target.Announce(sName.size() + 1);
         if (target.IsFilledAfter(nCode)) {
-            CopyName(sName, pszName);
+            CopyText(sName, pszName);
             *pulNameSize = sName.size();
         }
         return nCode;

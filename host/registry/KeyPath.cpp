@@ -42,9 +42,6 @@ long FindKey(const CTransaction& transaction, const CKeyPath& path, SKey& key)
     if (pCache != nullptr && pCache->Find(transaction, path, key)) {
         return ERROR_SUCCESS;
     }
-    if (!path.IsValid()) {
-        return ERROR_INVALID_PARAMETER;
-    }
     SKey found;
     bool bFound = true;
     path.ForEachName([&](std::string_view sName) {

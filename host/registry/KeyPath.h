@@ -56,7 +56,7 @@ private:
     std::string_view m_sSubKey;
 };
 
-/// Finds the key of a path. Returns 0, ERROR_FILE_NOT_FOUND or ERROR_INVALID_PARAMETER.
+/// Finds the key of a valid path. Returns 0 or ERROR_FILE_NOT_FOUND.
 long FindKey(const CTransaction& transaction, const CKeyPath& path, SKey& key);
 
 /// Finds the key of a valid path, and makes it and its missing parents. Returns true when it was made.

@@ -10,7 +10,8 @@ namespace Registry
 
 /// The folder of the registry: SHAREDSTORE_REGISTRY, else /var/lib/sharedstore/registry for root,
 /// else sharedstore/registry below XDG_STATE_HOME or ~/.local/state. The environment is ignored in
-/// set-uid programs. Empty for a user without a home.
+/// set-uid programs. Empty for a user without a home, relative when the variable is; a relative
+/// XDG_STATE_HOME counts as unset.
 std::filesystem::path RegistryFolder();
 
 /// True when SHAREDSTORE_REGISTRY_SYNC is "relaxed": commits are handed to the operating system but

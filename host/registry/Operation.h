@@ -19,7 +19,7 @@ namespace Registry
 {
 
 /// @file
-/// The shape that all registry functions have: check the plain arguments, run a transaction, return a
+/// The shape that all registry functions have: check the arguments, run a transaction, return a
 /// code. What runs in a transaction may run more than once, so it changes nothing but its out-arguments.
 
 /// Runs act(database) when the arguments were found valid. The one place where exceptions stop.
@@ -42,7 +42,7 @@ template <class TAct> long Run(bool bArgumentsValid, TAct act) noexcept
 /// Runs act(transaction, key) on a key that is there.
 template <class TAct> long ReadKey(bool bArgumentsValid, const CKeyPath& path, TAct act)
 {
-    return Run(bArgumentsValid, [&](CDatabase& database) {
+    return Run(bArgumentsValid && path.IsValid(), [&](CDatabase& database) {
         return database.Read([&](const CTransaction& transaction) {
             SKey key;
             const long nCode = FindKey(transaction, path, key);
@@ -54,7 +54,7 @@ template <class TAct> long ReadKey(bool bArgumentsValid, const CKeyPath& path, T
 /// As ReadKey, in a transaction that writes to an existing registry.
 template <class TAct> long ChangeKey(bool bArgumentsValid, const CKeyPath& path, TAct act)
 {
-    return Run(bArgumentsValid, [&](CDatabase& database) {
+    return Run(bArgumentsValid && path.IsValid(), [&](CDatabase& database) {
         return database.Write(EWhenMissing::Nothing, [&](CTransaction& transaction) {
             SKey key;
             const long nCode = FindKey(transaction, path, key);
@@ -94,9 +94,9 @@ private:
     unsigned long m_ulCapacity;
 };
 
-inline void CopyName(std::string_view sName, char* pszTarget)
+inline void CopyText(std::string_view sText, char* pszTarget)
 {
-    *std::ranges::copy(sName, pszTarget).out = '\0';
+    *std::ranges::copy(sText, pszTarget).out = '\0';
 }
 
 } // namespace Registry

@@ -119,13 +119,10 @@ long ovRegReadStringValueEx(const char* pszRoot, const char* pszSubKey, const ch
         if (value.ulType != REG_SZ) {
             return ERROR_UNSUPPORTED_TYPE;
         }
-        const bool bHasNul = value.sData.find('\0') != std::string_view::npos;
-        const long nCode = target.Announce(value.sData.size() + (bHasNul ? 0 : 1));
+        const std::string_view sText = value.sData.substr(0, value.sData.find('\0'));
+        const long nCode = target.Announce(sText.size() + 1);
         if (target.IsFilledAfter(nCode)) {
-            char* pEnd = std::ranges::copy(value.sData, pszBuffer).out;
-            if (!bHasNul) {
-                *pEnd = '\0';
-            }
+            CopyText(sText, pszBuffer);
         }
         return nCode;
     });
@@ -139,7 +136,7 @@ long ovRegListKeys(const char* pszRoot, const char* pszSubKey, ovRegKey* pKeys, 
 long ovRegListKeysEx(const char* pszRoot, const char* pszSubKey, ovRegKey* pKeys, unsigned long* pulCount, int nFlags)
 {
     const auto matchAll = [](std::string_view) { return true; };
-    const auto fill = [](ovRegKey& entry, std::string_view sName, std::string_view) { CopyName(sName, entry.szName); };
+    const auto fill = [](ovRegKey& entry, std::string_view sName, std::string_view) { CopyText(sName, entry.szName); };
     return List(nFlags == 0, {pszRoot, pszSubKey}, ERecord::SubKey, pKeys, pulCount, matchAll, fill);
 }
 
@@ -150,7 +147,7 @@ long ovRegListValueNamesEx(const char* pszRoot, const char* pszSubKey, ovRegValu
     };
     const auto fill = [](ovRegValue& entry, std::string_view sName, std::string_view sRecord) {
         const SValue value = CTransaction::ParseValue(sRecord);
-        CopyName(sName, entry.szName);
+        CopyText(sName, entry.szName);
         entry.ulType = value.ulType;
         entry.ulSize = value.sData.size();
     };

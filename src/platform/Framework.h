@@ -9,7 +9,7 @@
 /// The platform's framework: ciphers, keys and timers behind abstract classes.
 ///
 /// Every object is deleted by whoever made it, through its virtual destructor. Failures are thrown
-/// as IException*, which the catcher deletes. Arguments that are pointers may not be null; a null
+/// as IException*, which the catcher deletes, but std::bad_alloc when memory is out. Arguments that are pointers may not be null; a null
 /// one is an invalid argument (code 4000). An object keeps no pointer to what it was made from,
 /// except where a comment says so.
 ///
@@ -44,8 +44,8 @@ public:
     static IAlgorithm* CreateFromFriendlyName(const char* pszName, IAlgorithmParameters* pParams);
 };
 
-/// Named settings for a cipher or a key generator. Names are compared byte for byte when the cipher
-/// or generator is made, which throws for one that it does not know.
+/// Named settings for a cipher or a key generator. When it is made, it compares the names that it
+/// uses byte for byte and throws for one that it does not know; it does not look at the others.
 class SHAREDSTORE_API ICryptoParserParameterMap
 {
 public:
@@ -59,7 +59,7 @@ public:
 };
 
 /// A secret key. Its bytes live in memory that is kept out of swap and core dumps where the
-/// process's limits allow it, and are wiped when it is deleted.
+/// process's limits allow it, and are wiped when it is deleted. A Cipher makes a copy elsewhere.
 class SHAREDSTORE_API IKey
 {
 public:
@@ -83,6 +83,9 @@ public:
 };
 
 /// Encrypts or decrypts whole messages. One thread at a time.
+///
+/// From its first message until it is deleted it holds an expanded copy of the key in ordinary
+/// memory, which can be swapped out: keep it for one operation only.
 class SHAREDSTORE_API Cipher
 {
 public:
@@ -112,7 +115,8 @@ public:
     virtual int InvokeFunction() = 0;
 };
 
-/// A one-shot timer. It counts time asleep too (CLOCK_BOOTTIME, clock_gettime(2)).
+/// A one-shot timer. It counts time asleep too (CLOCK_BOOTTIME, clock_gettime(2)); one that ran out
+/// meanwhile fires within a second after the machine woke up. Timers hold no descriptor.
 class SHAREDSTORE_API ITimer
 {
 public:

@@ -13,7 +13,9 @@ extern "C" {
 /// written when its bit is in the mask SHAREDSTORE_LOG_LEVEL (decimal or 0x hexadecimal, default
 /// 1). Level 0 lines can carry clear values: they are written only when SHAREDSTORE_LOG_TRACE is 1.
 /// SHAREDSTORE_LOG says where to: "syslog" (default), "stderr", or the path of a file that is
-/// rotated. The environment is read once per process and ignored in set-uid programs.
+/// rotated; processes that rotate one file together lose lines, so each should have its own. Level 0
+/// lines pass through memory that is not wiped. The environment is read once per process and ignored
+/// in set-uid programs.
 ///
 /// A line that is off costs a relaxed load and a branch. Control characters in the finished line
 /// are written as escapes, so that no argument can forge a line.

@@ -21,12 +21,14 @@
 /// - Each call is one transaction: it sees and leaves a consistent registry, whatever other threads
 ///   and processes do. A write that returned 0 survives a crash of the process, and of the machine
 ///   unless SHAREDSTORE_REGISTRY_SYNC is "relaxed".
-/// - Reading never creates anything on disk; a registry that does not exist reads as empty.
+/// - Reading never creates anything on disk but the lock file beside a registry that lacks it; a
+///   registry that does not exist reads as empty.
 /// - Out-arguments are written only on success and, for sizes and counts, with ERROR_MORE_DATA.
 ///
 /// Any function may also answer ERROR_ACCESS_DENIED (file permissions, read-only file system),
-/// ERROR_DISK_FULL, ERROR_NOT_ENOUGH_MEMORY, ERROR_BADDB (the file is not a registry, or is of a
-/// newer format) or ERROR_REGISTRY_CORRUPT (it is damaged); the file is then left as it was.
+/// ERROR_DISK_FULL, ERROR_NOT_ENOUGH_MEMORY, ERROR_DIRECTORY (the path of the registry's folder is not
+/// absolute, or leads through a file), ERROR_BADDB (the file is not a registry, or is of a newer
+/// format), ERROR_REGISTRY_CORRUPT (it is damaged) or ERROR_IO_DEVICE; the file is then left as it was.
 ///
 /// Thread safety: every function may be called from any thread; one key handle may be used by
 /// several threads until it is closed.
@@ -59,6 +61,7 @@ enum : long {
     ERROR_DIR_NOT_EMPTY = 145,     ///< the key has sub-keys
     ERROR_MORE_DATA = 234,         ///< the buffer is too small; the size or count needed was filled in
     ERROR_NO_MORE_ITEMS = 259,     ///< enumeration index past the end
+    ERROR_DIRECTORY = 267,         ///< the path of the registry's folder is not absolute, or leads through a file
     ERROR_BADDB = 1009,            ///< not a registry database, or one of a newer format
     ERROR_REGISTRY_CORRUPT = 1015, ///< the database is damaged
     ERROR_KEY_DELETED = 1018,      ///< the open key was deleted meanwhile
@@ -142,7 +145,7 @@ SHAREDSTORE_API long ovRegReadValueEx(const char* pszRoot, const char* pszSubKey
 SHAREDSTORE_API long ovRegReadDWORDValueEx(const char* pszRoot, const char* pszSubKey, const char* pszName, unsigned long* pulValue,
                                            int nFlags);
 
-/// Reads a REG_SZ value as NUL-terminated text (a NUL is added when the data has none).
+/// Reads a REG_SZ value as NUL-terminated text: the data up to its first NUL.
 /// @param pszBuffer receives the text; null to ask for the size
 /// @param pulSize in: size of pszBuffer; out: size of the text with its NUL; may not be null
 /// @param nFlags 0

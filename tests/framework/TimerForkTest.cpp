@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <fcntl.h>
+#include <sys/timerfd.h>
 
 /// Present under the thread sanitizer, which cannot follow a forked child that starts a thread.
 extern "C" __attribute__((weak)) void __tsan_init();
@@ -73,6 +75,28 @@ TEST_F(TimerForkTest, CallbackThatRunsInTheParent_IsCalledAnewInTheChild)
     };
     EXPECT_EQ(RunInChild(deleteTimer), 0);
     ++released;
+}
+
+TEST_F(TimerForkTest, ClosedAndReusedDescriptors_LeaveTimersExitAndOtherFilesAlone)
+{
+    const int nResult = RunInChild([] {
+        Counter calls;
+        MakeTimer(60, [] {});
+        Timer pTimer = MakeTimer(0, [&] { ++calls; });
+        bool bGood = Reaches(calls, 1);
+        pTimer.reset();
+        closefrom(STDERR_FILENO + 1);
+        const int nAlarm = timerfd_create(CLOCK_BOOTTIME, TFD_CLOEXEC); // the application's own
+        pTimer = MakeTimer(60, [&] { ++calls; });
+        AdvanceClock(60);
+        bGood = Reaches(calls, 2) && bGood;
+        itimerspec setting{};
+        bGood = timerfd_gettime(nAlarm, &setting) == 0 && setting.it_value.tv_sec == 0 && setting.it_value.tv_nsec == 0 && bGood;
+        bGood = fcntl(nAlarm + 1, F_GETFD) == -1 && bGood;
+        std::exit(bGood ? 0 : 1);
+        return 2;
+    });
+    EXPECT_EQ(nResult, 0);
 }
 
 } // namespace

@@ -10,8 +10,8 @@
 #include <functional>
 #include <thread>
 
-/// Moves CLOCK_BOOTTIME forward, as this program and the timers' alarm see it: what happens to them
-/// when the machine sleeps for so long.
+/// Moves CLOCK_BOOTTIME forward, as this program and the timers see it: what happens to them when
+/// the machine sleeps for so long.
 void AdvanceClock(long nSeconds);
 
 using Timer = std::unique_ptr<OV::Framework::ITimer>;

@@ -164,6 +164,19 @@ TEST(LogTest, File_IsPrivateAndRotated)
     EXPECT_TRUE(ReadLines("logs/store.log").back().ends_with(" 399"));
 }
 
+TEST(LogTest, File_NeverTakesAStandardDescriptor)
+{
+    RunLogger({{"SHAREDSTORE_LOG", FileOf("closed/store.log")}}, [] {
+        const int nStandard[] = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO};
+        std::ranges::for_each(nStandard, close);
+        for (int nLine = 0; nLine < 100; ++nLine) { // rotated once
+            pvlogLog("TEST", 1, "%16000d", nLine);
+            EXPECT_TRUE(std::ranges::none_of(nStandard, [](int nDescriptor) { return fcntl(nDescriptor, F_GETFD) >= 0; }));
+        }
+    });
+    EXPECT_TRUE(ReadLines("closed/store.log").back().ends_with(" 99"));
+}
+
 TEST(LogTest, File_ThatCannotBeWritten_FallsBackToSyslog)
 {
     const std::string sNeverOpened = "<3>SHAREDSTORELOG error the file that SHAREDSTORE_LOG names cannot be opened: syslog is used";

@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <fcntl.h>
 #include <thread>
 
 namespace
@@ -55,6 +56,21 @@ TEST(ProcessTest, Fork_OfAUser_LeavesBothWithAWorkingRegistry)
     EXPECT_EQ(ReadValue("fork", "child"), Found(""));
     EXPECT_TRUE(write("parent"));
     EXPECT_EQ(pvRegCloseKey(hKey), ERROR_SUCCESS);
+}
+
+TEST(ProcessTest, ClosedStandardDescriptors_StayClosed)
+{
+    const auto writeAndRead = [folder = NewFolder("closed")] {
+        UseRegistryIn(folder);
+        for (const int nDescriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+            close(nDescriptor);
+        }
+        const bool bWorks = SetValue("a", "v", "1") == ERROR_SUCCESS && ReadValue("a", "v") == Found("1");
+        const int nLowestFree = open("/dev/null", O_RDONLY);
+        return bWorks && nLowestFree == 0 && dup(0) == 1 && dup(0) == 2 ? 0 : 1;
+    };
+    EXPECT_EQ(RunInChild(writeAndRead), 0) << "the one that makes the registry";
+    EXPECT_EQ(RunInChild(writeAndRead), 0) << "one that opens it";
 }
 
 TEST(ProcessTest, Writer_KilledAtAnyMoment_LosesNothingThatItHadWritten)

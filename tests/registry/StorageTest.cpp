@@ -81,6 +81,17 @@ TEST(StorageTest, Location_OfAnOrdinaryUser_FollowsStateHomeThenHome)
     }
 }
 
+TEST(StorageTest, Folder_ThatIsRelativeOrBelowAFile_IsRefused)
+{
+    for (const path& folder : {path("relative/registry"), path("/dev/null/registry"), path("/dev/null")}) {
+        InChild(folder, [&] {
+            EXPECT_EQ(ReadValue("a", "v").first, ERROR_DIRECTORY) << folder;
+            EXPECT_EQ(SetValue("a", "v", "1"), ERROR_DIRECTORY) << folder;
+            EXPECT_EQ(ReadValue("a\\\\b", "v").first, ERROR_INVALID_PARAMETER) << "found before the database is opened";
+        });
+    }
+}
+
 TEST(StorageTest, FullDisk_KeepsTheOldValueAndWorksOnWhenThereIsRoom)
 {
     constexpr int NotPermitted = 77;

@@ -67,10 +67,10 @@ TEST_F(CValueTest, ReadDword_OfAnotherTypeOrSize_IsUnsupported)
     EXPECT_EQ(ulValue, 0x12345678U);
 }
 
-TEST_F(CValueTest, ReadString_AddsTheNulThatIsMissing)
+TEST_F(CValueTest, ReadString_EndsAtTheFirstNulAndAddsAMissingOne)
 {
     const std::tuple<std::string, unsigned long, const char*> cases[] = {
-        {"", 1, ""}, {"abc", 4, "abc"}, {"abc\0"s, 4, "abc"}, {"a\0c"s, 3, "a"}};
+        {"", 1, ""}, {"abc", 4, "abc"}, {"abc\0"s, 4, "abc"}, {"a\0bc"s, 2, "a"}, {"\0"s, 1, ""}};
     for (const auto& [sStored, ulSize, pszText] : cases) {
         ASSERT_EQ(SetValue("Values", "text", sStored, REG_SZ), ERROR_SUCCESS);
         char szBuffer[] = "?????";

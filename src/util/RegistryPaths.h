@@ -1,0 +1,15 @@
+// SharedStore - PIN and card data cache
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+/// @file
+/// Where the library's settings live in the registry.
+
+inline constexpr const char* RegistryHive = "HKEY_LOCAL_MACHINE";
+
+/// Settings of the library itself.
+inline constexpr const char* SharedStoreKey = "Software\\Orvane\\SharedStore";
+
+/// One sub-key per data store that exists from the moment the library is loaded.
+inline constexpr const char* StoreListKey = "Software\\Orvane\\SharedStore\\StoreList";

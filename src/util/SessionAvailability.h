@@ -1,0 +1,45 @@
+// SharedStore - PIN and card data cache
+// SPDX-License-Identifier: Apache-2.0
+
+#pragma once
+
+#include "platform/Api.h"
+#include "util/Mutex.h"
+
+#include <ctime>
+#include <map>
+
+class COperation;
+
+/// Which user sessions a store is shut for: a session that ended stays shut for a while, so that
+/// nobody is served in its name.
+///
+/// Thread safety: guards itself; any thread.
+class SHAREDSTORE_API CSessionAvailability
+{
+public:
+    /// Opens (non-zero) or shuts (0) the store for a session from now on.
+    void Set(const COperation& op, unsigned long dwSessionId, int bAvailable);
+
+    /// @return non-zero when the store is open for the session. A session that was never set is open; one
+    /// that was shut opens again after "DisableTimeoutAfterEndSession" seconds (read from the registry,
+    /// 15 when missing or 0), or at once when the clock was set back before the moment it was shut.
+    int Get(const COperation& op, unsigned long dwSessionId);
+
+    /// Forgets all sessions.
+    void Clear();
+
+    /// Takes the lock for a fork, and gives it back in the parent and in the child.
+    void HoldForFork() SHAREDSTORE_ACQUIRE(m_Mutex) { m_Mutex.Lock(); }
+    void ReleaseAfterFork() SHAREDSTORE_RELEASE(m_Mutex) { m_Mutex.Unlock(); }
+
+private:
+    struct SState
+    {
+        int bAvailable;
+        std::time_t tTimeStamp;
+    };
+
+    CMutex m_Mutex;
+    std::map<unsigned long, SState> m_States SHAREDSTORE_GUARDED_BY(m_Mutex);
+};

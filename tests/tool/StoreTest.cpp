@@ -1,0 +1,91 @@
+// SharedStore - PIN and card data cache
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Tool.h"
+
+namespace
+{
+
+using ToolStoreTest = CToolTest;
+
+TEST_F(ToolStoreTest, Add_ExistingStore_ChangesItsSettingsOnlyWithForce)
+{
+    Succeed({"store", "add", "Cards", "--product", "Kiosk"});
+    const Outcome refused = Run({"store", "add", "Cards", "--encrypted"});
+    EXPECT_EQ(refused.nExitCode, Exists);
+    EXPECT_EQ(refused.sError, "sharedstore: store add Cards: there is such a store already; --force changes its settings\n");
+    EXPECT_EQ(Succeed({"store", "info", "Cards"}), "           CONFIGURED  REGISTERED\n"
+                                                   "type       memory      memory\n"
+                                                   "encrypted  no          no\n"
+                                                   "shared     yes         yes\n"
+                                                   "product    Kiosk       Kiosk\n");
+    const Outcome forced = Run({"store", "add", "Cards", "-t", "registry", "-e", "--not-shared", "-p", "\xc3(", "--force"});
+    EXPECT_EQ(forced.nExitCode, Ok);
+    EXPECT_EQ(forced.sError.rfind("sharedstore: warning: 'Cards' is configured, but this version can't begin", 0), 0U) << forced.sError;
+    EXPECT_EQ(SucceedWithJson({"store", "info", "Cards", "--json"})["configured"],
+              (nlohmann::json{{"type", "registry"}, {"encrypted", true}, {"shared", false}, {"product", {{"hex", "c328"}}}}));
+}
+
+TEST_F(ToolStoreTest, AddAndRemove_InAScript_TakeEffectAtOnceAndWarnWhereTheyCannot)
+{
+    const Outcome outcome = RunScript(
+        "store add New\ncompartment create New C\nstore add New --type registry --force\nstore remove New\ncompartment list New\n");
+    EXPECT_EQ(outcome.nExitCode, Ok);
+    EXPECT_EQ(outcome.sOutput, "C\n");
+    EXPECT_NE(outcome.sError.find("'New' is configured; this process registered it earlier"), std::string::npos) << outcome.sError;
+    EXPECT_NE(outcome.sError.find("'New' is no longer configured; this process keeps the store"), std::string::npos) << outcome.sError;
+    EXPECT_EQ(Run({"store", "remove", "New"}).nExitCode, NotFound);
+}
+
+TEST_F(ToolStoreTest, List_ShowsEveryStoreWithNamesOfAnyBytes)
+{
+    Succeed({"store", "add", "b\x1b[31m\xff"});
+    Succeed({"store", "add", "é", "--product", "p q"});
+    EXPECT_EQ(Succeed({"store", "list"}), "STORE          TYPE    ENCRYPTED  SHARED  PRODUCT  STATE\n"
+                                          "b\\x1b[31m\\xff  memory  no         yes     Pavendo  configured, registered\n"
+                                          "é              memory  no         yes     p q      configured, registered\n");
+    EXPECT_EQ(SucceedWithJson({"store", "list", "--json"})[0]["store"], (nlohmann::json{{"hex", "621b5b33316dff"}}));
+}
+
+TEST_F(ToolStoreTest, List_FaultyConfiguration_NamesTheValueAndTheStoresItHolds)
+{
+    for (const char* pszStore : {"A", "B", "C"}) {
+        Succeed({"store", "add", pszStore});
+    }
+    Succeed({"registry", "set", "HKLM\\Software\\Orvane\\SharedStore\\StoreList\\B", "Encrypted", "--string", "1"});
+    const nlohmann::json json = SucceedWithJson({"store", "list", "--json"});
+    EXPECT_EQ(json[1]["configured"]["problem"], "value Encrypted is no REG_DWORD");
+    EXPECT_FALSE(json[0]["registered"].is_null());
+    EXPECT_TRUE(json[2]["registered"].is_null());
+    EXPECT_EQ(Run({"tree", "C"}).nExitCode, Failed);
+}
+
+TEST_F(ToolStoreTest, NotShared_DataOperation_SaysHowToChangeIt)
+{
+    Succeed({"store", "add", "Own", "--not-shared"});
+    const Outcome outcome = RunScript("data set Own C i --int 1\n");
+    EXPECT_EQ(outcome.nExitCode, Failed);
+    EXPECT_NE(outcome.sError.find("'sharedstore store add Own --type memory --product Pavendo --force' changes that\n"), std::string::npos);
+}
+
+TEST_F(ToolStoreTest, Compartments_AreCreatedTouchedAndRemovedWithTheirVersions)
+{
+    const Outcome outcome =
+        RunScript("store add M\ncompartment create M a/b\ncompartment create M a/b\ncompartment touch M a\ncompartment list M\n"
+                  "compartment list M a\ncompartment status M a\ncompartment remove M a\ncompartment status M a\n");
+    EXPECT_EQ(outcome.nExitCode, Ok) << outcome.sError;
+    EXPECT_EQ(outcome.sOutput, "a\nb\ncached               yes\ncompartment version  2\ncontent version      2\n"
+                               "cached               no\ncompartment version  3\ncontent version      3\n");
+}
+
+TEST_F(ToolStoreTest, Flush_OfAStoreOrAProduct_EmptiesOnlyThose)
+{
+    const std::string sFill =
+        "store add A --product P --force\nstore add B --product Q --force\ncompartment create A a\ncompartment create B b\n";
+    for (const auto& [sFlush, sLeft] : {std::pair("flush A", "b\n"), {"flush --product Q", "a\n"}}) {
+        EXPECT_EQ(RunScript(sFill + sFlush + "\ncompartment list A\ncompartment list B\n").sOutput, sLeft);
+    }
+    EXPECT_EQ(Run({"flush", "--product", "R"}).nExitCode, NotFound);
+}
+
+} // namespace

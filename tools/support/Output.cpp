@@ -1,0 +1,61 @@
+// SharedStore - PIN and card data cache
+// SPDX-License-Identifier: Apache-2.0
+
+#include "support/Output.h"
+
+#include "support/Failure.h"
+#include "support/Text.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace Tool
+{
+
+void Print(std::string_view sText)
+{
+    if (!sText.empty() && std::fwrite(sText.data(), 1, sText.size(), stdout) != sText.size()) {
+        throw SystemFailure("standard output");
+    }
+}
+
+void FlushOutput()
+{
+    if (std::fflush(stdout) != 0) {
+        throw SystemFailure("standard output");
+    }
+}
+
+void Complain(std::string_view sText)
+{
+    const std::string sLine = std::string(sText) + '\n';
+    (void)std::fwrite(sLine.data(), 1, sLine.size(), stderr);
+}
+
+bool IsTerminalOutput()
+{
+    return isatty(STDOUT_FILENO) == 1;
+}
+
+void PrintJson(const nlohmann::json& json)
+{
+    Print(json.dump(2) + '\n');
+}
+
+nlohmann::json JsonText(std::string_view sBytes)
+{
+    return IsUtf8(sBytes) ? nlohmann::json(sBytes) : nlohmann::json{{"hex", Hex(sBytes)}};
+}
+
+nlohmann::json JsonTexts(const std::vector<std::string>& texts)
+{
+    nlohmann::json json = nlohmann::json::array();
+    for (const std::string& sText : texts) {
+        json.push_back(JsonText(sText));
+    }
+    return json;
+}
+
+} // namespace Tool

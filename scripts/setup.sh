@@ -30,7 +30,7 @@ done
 missing=()
 for package in "${wanted[@]}"; do
     state=$(dpkg-query --show --showformat='${db:Status-Status}' "$package" 2>/dev/null || true)
-    [[ $state == installed ]] || missing+=("$package")
+    [[ $state == installed || " ${missing[*]} " == *" $package "* ]] || missing+=("$package")
 done
 ((${#missing[@]})) || exit 0
 

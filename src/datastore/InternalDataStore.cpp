@@ -214,28 +214,32 @@ HRESULT CInternalDataStore::IsCompartmentCached(unsigned long dwClientProcessId,
     });
 }
 
-HRESULT CInternalDataStore::ListCompartmentIds(unsigned long dwClientProcessId, BSTR bstrCompartmentId, SAFEARRAY** ppsaCompartmentIds)
+HRESULT CInternalDataStore::List(const char* pszName, TreeList pfnList, unsigned long dwClientProcessId, BSTR bstrCompartmentId,
+                                 SAFEARRAY** ppsaIds)
 {
-    return RunOperation("CInternalDataStore::ListCompartmentIds", [&](const COperation& op) -> HRESULT {
+    return RunOperation(pszName, [&](const COperation& op) -> HRESULT {
         LogCompartment(op, dwClientProcessId, bstrCompartmentId);
         const CMutexLock lock(m_Mutex);
         SecureString sCompartmentId;
         RETURN_IF_FAILED(Convert(op, bstrCompartmentId, sCompartmentId));
         RETURN_IF_FAILED(CheckGuardsLocked(op));
-        return op.Check(m_Tree->ListCompartmentIds(sCompartmentId, ppsaCompartmentIds, 0), "ListCompartmentIds failed");
+        const HRESULT hr = ((*m_Tree).*pfnList)(sCompartmentId, ppsaIds, 0);
+        if (FAILED(hr)) {
+            pvlogLog(LogComponent, LogError, "%s %s failed", op.Name(), op.Method());
+        }
+        return hr;
     });
+}
+
+HRESULT CInternalDataStore::ListCompartmentIds(unsigned long dwClientProcessId, BSTR bstrCompartmentId, SAFEARRAY** ppsaCompartmentIds)
+{
+    return List("CInternalDataStore::ListCompartmentIds", &CAbstractTree::ListCompartmentIds, dwClientProcessId, bstrCompartmentId,
+                ppsaCompartmentIds);
 }
 
 HRESULT CInternalDataStore::ListDataIds(unsigned long dwClientProcessId, BSTR bstrCompartmentId, SAFEARRAY** ppsaDataIds)
 {
-    return RunOperation("CInternalDataStore::ListDataIds", [&](const COperation& op) -> HRESULT {
-        LogCompartment(op, dwClientProcessId, bstrCompartmentId);
-        const CMutexLock lock(m_Mutex);
-        SecureString sCompartmentId;
-        RETURN_IF_FAILED(Convert(op, bstrCompartmentId, sCompartmentId));
-        RETURN_IF_FAILED(CheckGuardsLocked(op));
-        return op.Check(m_Tree->ListDataIds(sCompartmentId, ppsaDataIds, 0), "ListDataIds failed");
-    });
+    return List("CInternalDataStore::ListDataIds", &CAbstractTree::ListDataIds, dwClientProcessId, bstrCompartmentId, ppsaDataIds);
 }
 
 HRESULT CInternalDataStore::IsDataCached(unsigned long dwClientProcessId, BSTR bstrCompartmentId, BSTR bstrDataId, int* pbCached)

@@ -125,6 +125,9 @@ public:
     void ReleaseAfterFork() SHAREDSTORE_NO_THREAD_SAFETY_ANALYSIS;
 
 private:
+    using TreeList = HRESULT (CAbstractTree::*)(const SecureString& sCompartmentId, SAFEARRAY** ppsaIds, unsigned long dwClientProcessId);
+
+    HRESULT List(const char* pszName, TreeList pfnList, unsigned long dwClientProcessId, BSTR bstrCompartmentId, SAFEARRAY** ppsaIds);
     HRESULT MakeCompartment(const char* pszName, unsigned long dwClientProcessId, BSTR bstrCompartmentId, bool bTouch);
     HRESULT RemoveOneCompartmentLocked(unsigned long dwClientProcessId, const SecureString& sCompartmentIdGlobal, int bRemoveVersions)
         SHAREDSTORE_REQUIRES(m_Mutex);

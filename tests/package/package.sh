@@ -31,7 +31,7 @@ find_package(SharedStore REQUIRED)
 add_executable(example example.cpp)
 target_link_libraries(example PRIVATE SharedStore::SharedStore)
 END
-    cmake -S "$work" -B "$work/build" -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="${strict[*]}"
+    cmake -S "$work" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="${strict[*]}"
     cmake --build "$work/build"
     expect_example_output "$work/build/example"
 }

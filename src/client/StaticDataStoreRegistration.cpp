@@ -16,6 +16,16 @@ using OV::Framework::SecureString;
 
 OV::DataStore::StaticDataStoreRegistration gStaticDataStoreRegistration;
 
+namespace
+{
+
+// Once per process, not once per directory.
+[[maybe_unused]] const int ForkHandlers =
+    pthread_atfork([] { gStaticDataStoreRegistration.HoldForFork(); }, [] { gStaticDataStoreRegistration.ReleaseAfterFork(false); },
+                   [] { gStaticDataStoreRegistration.ReleaseAfterFork(true); });
+
+} // namespace
+
 namespace OV::DataStore
 {
 
@@ -31,8 +41,6 @@ StaticDataStoreRegistration::StaticDataStoreRegistration() noexcept
                                                       info.bstrProduct);
         }
         ClearRegInfos(regInfos);
-        pthread_atfork([] { gStaticDataStoreRegistration.HoldForFork(); }, [] { gStaticDataStoreRegistration.ReleaseAfterFork(false); },
-                       [] { gStaticDataStoreRegistration.ReleaseAfterFork(true); });
         return S_OK;
     });
 }

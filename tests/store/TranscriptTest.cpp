@@ -1,7 +1,7 @@
 // SharedStore - PIN and card data cache
 // SPDX-License-Identifier: Apache-2.0
 
-// Every line that two whole operations log, in order, but for trace lines: "<level> <text>".
+// Every line that a few whole operations log, in order, but for trace lines: "<level> <text>".
 
 #include "Fakes.h"
 #include "Store.h"
@@ -58,4 +58,19 @@ TEST(TranscriptTest, RemovingAnItemAndReadingAMissingOne)
 16 CInternalDataStore::GetData hr = 0x80070057
 1 CStaticDataCacheClient::GetData: GetData failed hr = 80070057
 16 CStaticDataCacheClient::GetData hr = 0x80070057)");
+}
+
+TEST(TranscriptTest, StoringInAStoreThatIsNotShared)
+{
+    CTestStore store("Refused", 0);
+    const CTranscript transcript;
+    EXPECT_EQ(store.Set("a", "d", "v"), E_FAIL);
+    EXPECT_EQ(transcript.sLines, R"(
+8 CStaticDataCacheClient::SetData
+8 CInternalDataStore::SetData
+2 CInternalDataStore::SetData dwClientProcessId = 0 sBSTRCompartmentId = a sBSTRDataId = d
+1 CInternalDataStore::SetData Shared between user sessions is not supported on this product. Please change the store configuration.
+16 CInternalDataStore::SetData hr = 0x80004005
+1 CStaticDataCacheClient::SetData: SetData failed hr = 80004005
+16 CStaticDataCacheClient::SetData hr = 0x80004005)");
 }

@@ -16,12 +16,19 @@ set(CMAKE_INSTALL_RPATH "$ORIGIN" "$ORIGIN/${bin_to_lib}")
 include(CheckPIESupported)
 check_pie_supported()
 
+set(sanitized FALSE)
+if(CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
+    set(sanitized TRUE)
+endif()
+
 add_compile_options(
     -Wall -Wextra -Wpedantic -Wconversion -Wshadow
     $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>
     # g++ 12 sees overlapping copies and huge lengths in libstdc++'s inlined strings and vectors where there are
     # none (gcc.gnu.org/PR105651, PR105329).
     "$<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict;-Wno-stringop-overread>"
+    # With a sanitizer's code in between, g++ can't tell what is initialised (it says so in its manual).
+    "$<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:${sanitized}>>:-Wno-maybe-uninitialized>"
     # A process must be able to unload the libraries, which GNU's unique symbols forbid.
     $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>
     -fstack-protector-strong
@@ -51,7 +58,7 @@ function(sharedstore_library target)
     set(map ${PROJECT_SOURCE_DIR}/cmake/weak-symbols.map)
     target_link_options(${target} PRIVATE LINKER:--version-script=${map})
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${map})
-    if(NOT arg_UNRESOLVED AND NOT CMAKE_CXX_FLAGS MATCHES "-fsanitize=")
+    if(NOT arg_UNRESOLVED AND NOT sanitized)
         target_link_options(${target} PRIVATE -Wl,--no-undefined)
     endif()
 endfunction()

@@ -20,9 +20,11 @@ namespace
 {
 
 // Once per process, not once per directory.
-[[maybe_unused]] const int ForkHandlers =
+[[gnu::constructor]] void RegisterForkHandlers()
+{
     pthread_atfork([] { gStaticDataStoreRegistration.HoldForFork(); }, [] { gStaticDataStoreRegistration.ReleaseAfterFork(false); },
                    [] { gStaticDataStoreRegistration.ReleaseAfterFork(true); });
+}
 
 } // namespace
 

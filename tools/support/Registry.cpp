@@ -217,7 +217,7 @@ bool TextsOf(const RegistryValue& value, std::vector<std::string_view>& texts)
         texts.push_back(sRest.substr(0, uEnd));
         sRest.remove_prefix(uEnd + 1);
     }
-    return sRest == std::string_view("", 1); // the NUL that ends the list, and nothing behind it
+    return sRest.size() == 1 && sRest[0] == '\0'; // the NUL that ends the list, and nothing behind it
 }
 
 } // namespace Tool

@@ -18,11 +18,22 @@ install(EXPORT SharedStoreTargets NAMESPACE SharedStore:: DESTINATION ${package_
 # A header is installed unless the list names it as part of the inside.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/SharedStore COMPONENT Development
     FILES_MATCHING PATTERN "*.h"
+    PATTERN "ArrayBytes.h" EXCLUDE
     PATTERN "ComHandles.h" EXCLUDE
+    PATTERN "Decimal.h" EXCLUDE
+    PATTERN "ForwardingTree.h" EXCLUDE
     PATTERN "HistoryAccess.h" EXCLUDE
     PATTERN "IdList.h" EXCLUDE
+    PATTERN "KeyFile.h" EXCLUDE
     PATTERN "Operation.h" EXCLUDE
-    PATTERN "RegistryPaths.h" EXCLUDE)
+    PATTERN "RegistryAccess.h" EXCLUDE
+    PATTERN "RegistryAnswer.h" EXCLUDE
+    PATTERN "RegistryKey.h" EXCLUDE
+    PATTERN "RegistryPaths.h" EXCLUDE
+    PATTERN "RegistryValue.h" EXCLUDE
+    PATTERN "Setting.h" EXCLUDE
+    PATTERN "StoreIds.h" EXCLUDE
+    PATTERN "ValueFormat.h" EXCLUDE)
 
 configure_package_config_file(cmake/SharedStoreConfig.cmake.in SharedStoreConfig.cmake INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(SharedStoreConfigVersion.cmake COMPATIBILITY SameMajorVersion)

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Installs what is missing, builds, and shows the library at its main job: it caches the certificates
-# of Debian's ca-certificates as the certificate directory of a card.
+# Installs what is missing, builds, and shows the library at its jobs: it caches the certificates of Debian's
+# ca-certificates as the certificate directory of a card, keeps values encrypted in the registry, and caches the PIN
+# of a token.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -35,3 +36,6 @@ echo "The store list, after 'sharedstore store add Cards --product Demo':"
 "$sharedstore" store list
 echo
 build/demo/examples/card-directory Cards /usr/share/ca-certificates/mozilla
+echo
+scripts/demo/encrypted-store.sh build/demo/prefix
+echo

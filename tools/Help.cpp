@@ -26,6 +26,8 @@ Exit codes:
 
 Words:
   A memory store lives in its process: use 'run' or 'shell' to give it several commands.
+  A registry store lives in the registry, below HKLM\Software\Orvane\SharedStore\RemanentDataStore; its versions are
+  those of the process. 'registry list' shows what lies there.
   Registry paths are written HKEY_LOCAL_MACHINE\Software\... or HKLM\Software\...; quote the backslashes.
   Words after '--' are never options.
 

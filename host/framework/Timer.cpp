@@ -24,6 +24,7 @@ public:
     CTimer& operator=(const CTimer&) = delete;
 
     void Restart() override { CTimerQueue::GetInstance().Restart(m_Entry); }
+    long GetSecondsLeft() const override { return CTimerQueue::GetInstance().GetSecondsLeft(m_Entry); }
 
 private:
     CTimerEntry m_Entry;

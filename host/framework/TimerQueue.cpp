@@ -65,6 +65,13 @@ void CTimerQueue::Restart(CTimerEntry& entry) noexcept
     }
 }
 
+long CTimerQueue::GetSecondsLeft(const CTimerEntry& entry) noexcept
+{
+    const Lock lock(m_Mutex);
+    const BootTime nLeft = entry.m_Node.empty() ? entry.m_nDeadline - GetBootTime() : 0;
+    return nLeft <= 0 ? 0 : static_cast<long>((nLeft + BootSecond - 1) / BootSecond);
+}
+
 void CTimerQueue::Remove(CTimerEntry& entry) noexcept
 {
     Lock lock(m_Mutex);

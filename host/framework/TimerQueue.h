@@ -65,6 +65,9 @@ public:
     /// Starts a timer's period anew.
     void Restart(CTimerEntry& entry) noexcept;
 
+    /// @return the time until a timer's deadline, rounded up; 0 when it has none
+    long GetSecondsLeft(const CTimerEntry& entry) noexcept;
+
     /// Stops a timer for good. Its callback does not run any more when this returns; inside that
     /// callback, the queue takes the callback object over and deletes it when the callback returned.
     void Remove(CTimerEntry& entry) noexcept;

@@ -4,13 +4,12 @@
 #include "client/StaticDataCacheClient.h"
 
 #include "client/StaticDataStoreRegistration.h"
+#include "client/StoreIds.h"
 #include "datastore/InternalDataStore.h"
 #include "util/FctUtils.h"
-#include "util/IdList.h"
 #include "util/Operation.h"
 
 #include <memory>
-#include <vector>
 
 using OV::Framework::SecureString;
 
@@ -92,27 +91,7 @@ HRESULT CStaticDataCacheClient::RegisterDataStore(BSTR bstrDataStoreId, Type typ
 
 HRESULT CStaticDataCacheClient::ListDataStoreIds(SAFEARRAY** ppsaDataStoreIds)
 {
-    return RunOperation("CStaticDataCacheClient::ListDataStoreIds", [&](const COperation& op) -> HRESULT {
-        if (ppsaDataStoreIds == nullptr) {
-            return S_OK;
-        }
-        const std::vector<SecureString> ids = gStaticDataStoreRegistration.Ids();
-        *ppsaDataStoreIds = SafeArrayCreateVector(VT_BSTR, 0, static_cast<unsigned int>(ids.size()));
-        HRESULT hr = S_OK;
-        int nIndex = 0;
-        for (const SecureString& sId : ids) {
-            CBstr bstrId;
-            hr = MakeId(op, sId, bstrId);
-            if (FAILED(hr)) {
-                continue;
-            }
-            hr = op.Check(SafeArrayPutElement(*ppsaDataStoreIds, &nIndex, bstrId.Get()), "SafeArrayPutElement failed");
-            if (SUCCEEDED(hr)) {
-                ++nIndex;
-            }
-        }
-        return hr;
-    });
+    return ListStoreIds("CStaticDataCacheClient::ListDataStoreIds", gStaticDataStoreRegistration, ppsaDataStoreIds);
 }
 
 HRESULT CStaticDataCacheClient::GetDataStoreInfo(BSTR bstrDataStoreId, Type* pType, int* pbEncrypted, int* pbSharedBetweenUserSessions,

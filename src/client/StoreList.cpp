@@ -6,11 +6,10 @@
 #include "platform/Registry.h"
 #include "util/IdList.h"
 #include "util/Operation.h"
+#include "util/RegistryAnswer.h"
 #include "util/RegistryPaths.h"
 
 #include <cstring>
-#include <memory>
-#include <new>
 
 using OV::Framework::SecureString;
 
@@ -18,7 +17,6 @@ namespace
 {
 
 constexpr const char* DefaultProduct = "Pavendo";
-constexpr int AllTypes = -1;
 
 HRESULT FailWithCode(const COperation& op, const char* pszText, long lRet)
 {
@@ -58,20 +56,16 @@ HRESULT ReadSwitch(const COperation& op, BSTR bstrKey, const char* pszValue, int
 
 HRESULT ReadProduct(const COperation& op, BSTR bstrKey, CBstr& product)
 {
-    unsigned long ulSize = 0;
-    long lRet = ovRegReadStringValueEx(RegistryHive, bstrKey, ProductValue, nullptr, &ulSize, 0);
-    if (lRet != ERROR_SUCCESS) {
-        return FailWithCode(op, "ovRegRead failed", lRet);
-    }
-    const std::unique_ptr<char[]> value(new (std::nothrow) char[ulSize + 1]());
-    if (value == nullptr) {
+    const CRegistryAnswer<char> value([&](char* pszText, unsigned long* pulSize) {
+        return ovRegReadStringValueEx(RegistryHive, bstrKey, ProductValue, pszText, pulSize, 0);
+    });
+    if (value.State() == value.MemoryFailed) {
         return op.Fail(E_FAIL, "pszValue allocation failed");
     }
-    lRet = ovRegReadStringValueEx(RegistryHive, bstrKey, ProductValue, value.get(), &ulSize, 0);
-    if (lRet != ERROR_SUCCESS) {
-        return FailWithCode(op, "ovRegRead failed", lRet);
+    if (value.State() != value.Complete) {
+        return FailWithCode(op, "ovRegRead failed", value.Code());
     }
-    product = CBstr(SysAllocString(value.get()));
+    product = CBstr(SysAllocString(value.Entries().data()));
     return S_OK;
 }
 
@@ -92,23 +86,21 @@ HRESULT ReadStore(const COperation& op, const char* pszStoreId, std::list<_regIn
     CBstr key;
     RETURN_IF_FAILED(MakeId(op, SecureString(StoreListKey) + "\\" + pszStoreId, key));
     CRecord record;
-    unsigned long ulValues = 0;
-    if (const long lRet = ovRegListValueNamesEx(RegistryHive, key.Get(), nullptr, &ulValues, AllTypes, 0); lRet != ERROR_SUCCESS) {
-        return FailWithCode(op, "ovRegListValueNames failed", lRet);
+    const auto values = ListRegistryValues(RegistryHive, key.Get());
+    if (values.State() == values.SizeFailed) {
+        return FailWithCode(op, "ovRegListValueNames failed", values.Code());
     }
-    const std::unique_ptr<ovRegValue[]> values(new (std::nothrow) ovRegValue[ulValues]());
-    if (values == nullptr) {
+    if (values.State() == values.MemoryFailed) {
         return S_OK;
     }
-    const long lListed = ovRegListValueNamesEx(RegistryHive, key.Get(), values.get(), &ulValues, AllTypes, 0);
-    for (unsigned long i = 0; lListed == ERROR_SUCCESS && i < ulValues; ++i) {
-        RETURN_IF_FAILED(ReadValue(op, key.Get(), values[i].szName, record));
+    for (const ovRegValue& value : values.Entries()) {
+        RETURN_IF_FAILED(ReadValue(op, key.Get(), value.szName, record));
     }
     regInfos.push_back(
         {nullptr, static_cast<OV::DataStore::Type>(record.nType), record.bEncrypted, record.bSharedBetweenUserSessions, nullptr});
     regInfos.back().bstrDataStoreId = SysAllocString(pszStoreId);
     regInfos.back().bstrProduct = record.product.Release();
-    return lListed == ERROR_SUCCESS ? S_OK : FailWithCode(op, "ovRegListValueNames failed", lListed);
+    return values.State() == values.Complete ? S_OK : FailWithCode(op, "ovRegListValueNames failed", values.Code());
 }
 
 } // namespace
@@ -119,21 +111,16 @@ HRESULT GetRegInfos(std::list<_regInfos>& regInfos)
         CBstr key;
         RETURN_IF_FAILED(MakeId(op, StoreListKey, key));
         ClearRegInfos(regInfos);
-        unsigned long ulStores = 0;
-        long lRet = ovRegListKeysEx(RegistryHive, key.Get(), nullptr, &ulStores, 0);
-        if (lRet != ERROR_SUCCESS) {
-            return FailWithCode(op, "ovRegListKeys failed", lRet);
-        }
-        const std::unique_ptr<ovRegKey[]> stores(new (std::nothrow) ovRegKey[ulStores]());
-        if (stores == nullptr) {
+        const CRegistryAnswer<ovRegKey> stores(
+            [&](ovRegKey* pKeys, unsigned long* pulCount) { return ovRegListKeysEx(RegistryHive, key.Get(), pKeys, pulCount, 0); });
+        if (stores.State() == stores.MemoryFailed) {
             return op.Fail(E_FAIL, "pRegSubKeys allocation failed");
         }
-        lRet = ovRegListKeysEx(RegistryHive, key.Get(), stores.get(), &ulStores, 0);
-        if (lRet != ERROR_SUCCESS) {
-            return FailWithCode(op, "ovRegListKeys failed", lRet);
+        if (stores.State() != stores.Complete) {
+            return FailWithCode(op, "ovRegListKeys failed", stores.Code());
         }
-        for (unsigned long i = 0; i < ulStores; ++i) {
-            RETURN_IF_FAILED(ReadStore(op, stores[i].szName, regInfos));
+        for (const ovRegKey& store : stores.Entries()) {
+            RETURN_IF_FAILED(ReadStore(op, store.szName, regInfos));
         }
         return S_OK;
     });

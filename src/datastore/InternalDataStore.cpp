@@ -5,6 +5,7 @@
 
 #include "tree/HistoryTree.h"
 #include "tree/MemoryTree.h"
+#include "tree/RegistryTree.h"
 #include "util/ComHandles.h"
 #include "util/FctUtils.h"
 #include "util/Operation.h"
@@ -49,7 +50,7 @@ HRESULT Convert(const COperation& op, BSTR bstrCompartmentId, SecureString& sCom
 /// Where a compartment of a session lives in the tree of a store that is not shared.
 SecureString SessionCompartment(const SecureString& sSessionId, const SecureString& sCompartmentId)
 {
-    return sCompartmentId == RootCompartment ? sSessionId : sSessionId + PathSeparator + sCompartmentId;
+    return sCompartmentId == RootCompartment ? sSessionId : ChildPath(sSessionId, sCompartmentId);
 }
 
 } // namespace
@@ -83,12 +84,14 @@ HRESULT CInternalDataStore::Begin(BSTR bstrDataStoreId, OV::DataStore::Type type
         ReplaceTree(nullptr);
         m_Availability.Clear();
         if (bEncrypted != 0) {
-            return op.Fail(E_FAIL, "encrypted stores are not available in this version");
+            RETURN_IF_FAILED(op.Check(m_CommonCrypto.initialize(sDataStoreId, IsPersistent()), "GetPINCachingMode failed"));
         }
         if (type == OV::DataStore::RegistryStore) {
-            return op.Fail(E_FAIL, "registry stores are not available in this version");
+            pvlogLog(LogComponent, LogExit, "VistaOrHigher bRet = %s", "false");
+            ReplaceTree(std::make_unique<CRegistryTree>(sDataStoreId, 0));
+        } else {
+            ReplaceTree(std::make_unique<CMemoryTree>(sDataStoreId));
         }
-        ReplaceTree(std::make_unique<CMemoryTree>(sDataStoreId));
         return S_OK;
     });
 }
@@ -139,7 +142,7 @@ HRESULT CInternalDataStore::IsCachedLocked(const COperation& op, const SecureStr
 /// The path under which the history tree counts a compartment of this store.
 SecureString CInternalDataStore::VersionKey(const SecureString& sCompartmentIdGlobal) const
 {
-    return m_sDataStoreId + PathSeparator + sCompartmentIdGlobal;
+    return ChildPath(m_sDataStoreId, sCompartmentIdGlobal);
 }
 
 HRESULT CInternalDataStore::Advance(const COperation& op, const SecureString& sCompartmentIdGlobal, int mode) const
@@ -260,6 +263,32 @@ HRESULT CInternalDataStore::IsDataCached(unsigned long dwClientProcessId, BSTR b
     });
 }
 
+/// A store with a persistent key: any that is not a plain store in memory.
+bool CInternalDataStore::IsPersistent() const
+{
+    return m_Type != OV::DataStore::MemoryStore;
+}
+
+/// Makes of a value what an encrypted store keeps; of an open store's, nothing.
+HRESULT CInternalDataStore::Encrypt(const COperation& op, SAFEARRAY* psaValue, CSafeArray& encrypted)
+{
+    return m_bEncrypted == 0 ? S_OK
+                             : op.Check(m_CommonCrypto.encryptValue(psaValue, encrypted.Out(), IsPersistent()), "EncryptValue failed");
+}
+
+/// Makes of what the store keeps a value.
+HRESULT CInternalDataStore::Decrypt(const COperation& op, CSafeArray& value)
+{
+    if (m_bEncrypted == 0) {
+        return S_OK;
+    }
+    CSafeArray plain;
+    RETURN_IF_FAILED(op.Check(m_CommonCrypto.DecryptValue(value.Get(), plain.Out(), IsPersistent()), "DecryptValue failed"));
+    RETURN_IF_FAILED(op.Check(value.Destroy(), "ovSafeArrayDestroy failed"));
+    value = std::move(plain);
+    return S_OK;
+}
+
 HRESULT CInternalDataStore::SetData(unsigned long dwClientProcessId, BSTR bstrCompartmentId, BSTR bstrDataId, SAFEARRAY* psaValue)
 {
     return RunOperation("CInternalDataStore::SetData", [&](const COperation& op) -> HRESULT {
@@ -268,10 +297,13 @@ HRESULT CInternalDataStore::SetData(unsigned long dwClientProcessId, BSTR bstrCo
         SecureString sCompartmentId;
         SecureString sDataId;
         RETURN_IF_FAILED(Convert(op, bstrCompartmentId, sCompartmentId, bstrDataId, sDataId));
+        CSafeArray encrypted;
+        RETURN_IF_FAILED(Encrypt(op, psaValue, encrypted));
         RETURN_IF_FAILED(CheckGuardsLocked(op));
         int bCached = 0;
         RETURN_IF_FAILED(IsCachedLocked(op, sCompartmentId, bCached));
-        RETURN_IF_FAILED(op.Check(m_Tree->SetData(sCompartmentId, sDataId, psaValue, dwClientProcessId, m_bEncrypted), "SetData failed"));
+        SAFEARRAY* psaStored = m_bEncrypted != 0 ? encrypted.Get() : psaValue;
+        RETURN_IF_FAILED(op.Check(m_Tree->SetData(sCompartmentId, sDataId, psaStored, dwClientProcessId, m_bEncrypted), "SetData failed"));
         return Advance(op, sCompartmentId, bCached != 0 ? HistoryContent : HistoryBoth);
     });
 }
@@ -292,6 +324,7 @@ HRESULT CInternalDataStore::GetData(unsigned long dwClientProcessId, BSTR bstrCo
             return hr;
         }
         RETURN_IF_FAILED(op.Check(hr, "GetData failed"));
+        RETURN_IF_FAILED(Decrypt(op, value));
         if (ppsaValue != nullptr) {
             *ppsaValue = value.Release(); // the tree's copy is ours alone
         }

@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "crypto/CommonCrypto.h"
 #include "datastore/Type.h"
 #include "platform/Api.h"
 #include "platform/ComEmulation.h"
@@ -14,6 +15,7 @@
 
 class CAbstractTree;
 class COperation;
+class CSafeArray;
 
 /// One data store: a cache of compartments, each holding data items, in a tree of its own.
 ///
@@ -46,8 +48,8 @@ public:
 
     /// Starts the store.
     /// @return S_OK, also when the mutex can't be initialised: every data operation then fails with
-    ///         E_FAIL; E_INVALIDARG for a null or empty identifier; E_FAIL for a kind of store that
-    ///         can't be had
+    ///         E_FAIL; E_INVALIDARG for a null or empty identifier; the code of
+    ///         CommonCrypto::initialize for an encrypted store
     HRESULT Begin(BSTR bstrDataStoreId, OV::DataStore::Type type, int bEncrypted, int bSharedBetweenUserSessions,
                   const SecureString& sProduct);
 
@@ -138,6 +140,9 @@ private:
     HRESULT RemoveVersions(const COperation& op, const SecureString& sCompartmentIdGlobal) const;
     SecureString VersionKey(const SecureString& sCompartmentIdGlobal) const;
     void ReplaceTree(std::unique_ptr<CAbstractTree> tree);
+    bool IsPersistent() const;
+    HRESULT Encrypt(const COperation& op, SAFEARRAY* psaValue, CSafeArray& encrypted);
+    HRESULT Decrypt(const COperation& op, CSafeArray& value);
 
     CMutex m_Mutex;
     std::unique_ptr<CAbstractTree> m_Tree SHAREDSTORE_GUARDED_BY(m_Mutex);
@@ -148,6 +153,7 @@ private:
     int m_bEncrypted = 0;
     int m_bSharedBetweenUserSessions = 0;
     SecureString m_sProduct;
+    CommonCrypto m_CommonCrypto;
 
     // Guards itself.
     CSessionAvailability m_Availability;

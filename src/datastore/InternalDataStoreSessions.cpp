@@ -7,31 +7,19 @@
 
 #include "tree/AbstractTree.h"
 #include "tree/HistoryTree.h"
+#include "util/Decimal.h"
 #include "util/Operation.h"
-
-#include <string>
 
 using OV::Framework::SecureString;
 
 HRESULT CInternalDataStore::SetAvailabilityStoreFromSessionId(unsigned long dwSessionId, int bAvailabled)
 {
-    return RunOperation("CInternalDataStore::SetAvailabilityStoreFromSessionId", [&](const COperation& op) -> HRESULT {
-        op.Detail("dwSessionId", dwSessionId);
-        op.Detail("bAvailabled", bAvailabled);
-        m_Availability.Set(op, dwSessionId, bAvailabled);
-        return S_OK;
-    });
+    return m_Availability.Set("CInternalDataStore::SetAvailabilityStoreFromSessionId", dwSessionId, bAvailabled);
 }
 
 HRESULT CInternalDataStore::GetAvailabilityStoreFromSessionId(unsigned long dwSessionId, int& bAvailabled)
 {
-    return RunOperation(
-        "CInternalDataStore::GetAvailabilityStoreFromSessionId",
-        [&](const COperation& op) -> HRESULT {
-            bAvailabled = m_Availability.Get(op, dwSessionId);
-            return S_OK;
-        },
-        [&](const COperation& op, HRESULT) { pvlogLog(LogComponent, LogExit, "%s bAvailabled = %d", op.Name(), bAvailabled); });
+    return m_Availability.Get("CInternalDataStore::GetAvailabilityStoreFromSessionId", dwSessionId, bAvailabled);
 }
 
 HRESULT CInternalDataStore::FlushStore(unsigned long dwClientProcessId)
@@ -58,8 +46,7 @@ HRESULT CInternalDataStore::FlushStore(unsigned long dwClientProcessId)
 HRESULT CInternalDataStore::FlushStoreFromSessionId(unsigned long dwSessionId)
 {
     return RunOperation("CInternalDataStore::FlushStoreFromSessionId", [&](const COperation& op) -> HRESULT {
-        const std::string sDecimal = std::to_string(dwSessionId);
-        const SecureString sSessionId(sDecimal.begin(), sDecimal.end());
+        const SecureString sSessionId = Decimal(dwSessionId);
         op.Detail("dwSessionId", dwSessionId);
         const CMutexLock lock(m_Mutex);
         op.Detail("sSessionId", sSessionId.c_str());

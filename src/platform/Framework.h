@@ -130,6 +130,12 @@ public:
     /// the earliest.
     virtual void Restart() = 0;
 
+    /// The time until the timer fires, in seconds rounded up; 0 when it is not counting. More than 0 inside its
+    /// callback means that it was started anew after the expiry that the callback is for. A platform that
+    /// can't tell answers UnknownTime. Any thread.
+    virtual long GetSecondsLeft() const { return UnknownTime; }
+    static constexpr long UnknownTime = -1;
+
     /// @param nSeconds period, from 0 (fires at once) to 4294967295
     /// @param pCallback called once per start; the timer takes ownership, also when this throws
     /// @return a running timer for the caller

@@ -16,12 +16,6 @@ namespace
 
 constexpr const char* AnySession = "0";
 
-/// The same place below another compartment.
-SecureString Child(const SecureString& sParent, const SecureString& sName)
-{
-    return sParent + PathSeparator + sName;
-}
-
 /// A list that can't be had is an error; one that does not exist, because there is nothing to list, is not.
 void LogNoList(const COperation& op, HRESULT hr, const char* pszText)
 {
@@ -56,7 +50,7 @@ HRESULT CAbstractTree::FindCompartmentId(const SecureString& sSessionId, const S
         }
         // Without a session of its own inside, a session identifier matches a path's first component.
         const bool bSearchable = sSessionId.find(PathSeparator) == SecureString::npos;
-        const SecureString sWanted = Child(sSessionId, sSubCompartmentId);
+        const SecureString sWanted = ChildPath(sSessionId, sSubCompartmentId);
         for (int i = 0; i < CountIds(ids.Get()) && !bFound; ++i) {
             SecureString sId;
             hr = GetId(op, ids.Get(), i, sId);
@@ -144,7 +138,7 @@ HRESULT CAbstractTree::MoveCompartmentIds(const SecureString& sCompartmentId0, c
             SecureString sChild;
             hr = GetId(op, children.Get(), i, sChild);
             if (SUCCEEDED(hr)) {
-                hr = op.Check(MoveCompartmentIds(Child(sCompartmentId0, sChild), Child(sCompartmentId1, sChild), false),
+                hr = op.Check(MoveCompartmentIds(ChildPath(sCompartmentId0, sChild), ChildPath(sCompartmentId1, sChild), false),
                               "MoveCompartmentIds failed");
             }
         }

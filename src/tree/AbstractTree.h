@@ -16,6 +16,12 @@ inline constexpr char PathSeparator = '/';
 /// The name of a tree's root in listing, removing and version operations.
 inline constexpr const char* RootCompartment = "/";
 
+/// The path of a compartment below another one.
+inline OV::Framework::SecureString ChildPath(const OV::Framework::SecureString& sParent, const OV::Framework::SecureString& sName)
+{
+    return sParent + PathSeparator + sName;
+}
+
 /// Cuts a text at every occurrence of the low byte of sep. Empty pieces are kept, and there is always
 /// a piece after the last separator: "a/" has the pieces "a" and "", "" has the piece "".
 /// Throws std::bad_alloc.

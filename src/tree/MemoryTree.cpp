@@ -235,8 +235,7 @@ HRESULT CMemoryTree::ReadVersions(const SecureString& sCompartmentId, unsigned l
         gHistoryMutex.AssertHeld();
         return GetVersionLocked(sCompartmentId, &ulCompartmentVersion, &ulContentVersion);
     }
-    const SecureString sVersionPath = sCompartmentId == RootCompartment ? m_sTreeId : m_sTreeId + PathSeparator + sCompartmentId;
-    return GetVersion(sVersionPath, &ulCompartmentVersion, &ulContentVersion);
+    return GetVersion(VersionPath(m_sTreeId, sCompartmentId), &ulCompartmentVersion, &ulContentVersion);
 }
 
 HRESULT CMemoryTree::IsCompartmentCached(const SecureString& sCompartmentId, unsigned long* pulCompartmentVersion,
@@ -255,11 +254,7 @@ HRESULT CMemoryTree::IsCompartmentCached(const SecureString& sCompartmentId, uns
         }
         unsigned long ulCompartmentVersion = 0;
         unsigned long ulContentVersion = 0;
-        const HRESULT hr = ReadVersions(sCompartmentId, ulCompartmentVersion, ulContentVersion);
-        if (FAILED(hr)) {
-            pvlogLog(LogComponent, LogError, "%s GetVersion failed hr = %x", op.Name(), static_cast<unsigned int>(hr));
-            return hr;
-        }
+        RETURN_IF_FAILED(CheckVersions(op, ReadVersions(sCompartmentId, ulCompartmentVersion, ulContentVersion), "GetVersion failed"));
         *pbCached = FindNode(sCompartmentId) != nullptr ? 1 : 0;
         *pulCompartmentVersion = ulCompartmentVersion;
         *pulContentVersion = ulContentVersion;

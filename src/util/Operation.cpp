@@ -3,9 +3,14 @@
 
 #include "util/Operation.h"
 
+#include "platform/Framework.h"
+
 #include <cstring>
 #include <exception>
+#include <memory>
 #include <new>
+
+using OV::Framework::IException;
 
 const char* COperation::Method() const
 {
@@ -19,6 +24,10 @@ HRESULT ResultOfException(const COperation& op) noexcept
         throw;
     } catch (const std::bad_alloc&) {
         return op.Fail(E_OUTOFMEMORY, "out of memory");
+    } catch (IException* pException) {
+        const std::unique_ptr<IException> pOwned(pException);
+        pvlogLog(LogComponent, LogError, "%s platform exception %u", op.Name(), pOwned->GetErrorCode());
+        return E_FAIL;
     } catch (const std::exception& exception) {
         return op.Fail(E_FAIL, exception.what());
     } catch (...) {

@@ -3,9 +3,8 @@
 
 #include "util/SessionAvailability.h"
 
-#include "platform/Registry.h"
 #include "util/Operation.h"
-#include "util/RegistryPaths.h"
+#include "util/Setting.h"
 
 #include <cstdint>
 
@@ -18,8 +17,7 @@ constexpr unsigned long DefaultTimeOut = 15;
 unsigned long ReadTimeOut(const COperation& op)
 {
     unsigned long dwTimeOut = 0;
-    if (const long lRet = ovRegReadDWORDValueEx(RegistryHive, SharedStoreKey, TimeOutValue, &dwTimeOut, 0); lRet != ERROR_SUCCESS) {
-        pvlogLog(LogComponent, LogDetail, "%s: ovRegReadValue failed : rc = %x", op.Name(), static_cast<unsigned int>(lRet));
+    if (!ReadSetting(op, SharedStoreKey, TimeOutValue, dwTimeOut)) {
         return DefaultTimeOut;
     }
     pvlogLog(LogComponent, LogDetail, "%s ovRegReadValue(%s) returned %d seconds", op.Name(), SharedStoreKey, static_cast<int>(dwTimeOut));
@@ -28,22 +26,35 @@ unsigned long ReadTimeOut(const COperation& op)
 
 } // namespace
 
-void CSessionAvailability::Set(const COperation& op, unsigned long dwSessionId, int bAvailable)
+HRESULT CSessionAvailability::Set(const char* pszName, unsigned long dwSessionId, int bAvailabled)
 {
-    const CMutexLock lock(m_Mutex);
-    const std::time_t tNow = time(nullptr);
-    pvlogLog(LogComponent, LogDetail, "%s tTimeStamp = %ld", op.Name(), static_cast<long>(tNow));
-    m_States[dwSessionId] = {bAvailable, tNow};
+    return RunOperation(pszName, [&](const COperation& op) -> HRESULT {
+        op.Detail("dwSessionId", dwSessionId);
+        op.Detail("bAvailabled", bAvailabled);
+        const CMutexLock lock(m_Mutex);
+        const std::time_t tNow = time(nullptr);
+        pvlogLog(LogComponent, LogDetail, "%s tTimeStamp = %ld", op.Name(), static_cast<long>(tNow));
+        m_States[dwSessionId] = {bAvailabled, tNow};
+        return S_OK;
+    });
 }
 
-int CSessionAvailability::Get(const COperation& op, unsigned long dwSessionId)
+HRESULT CSessionAvailability::Get(const char* pszName, unsigned long dwSessionId, int& bAvailabled)
 {
-    const CMutexLock lock(m_Mutex);
-    const auto it = m_States.find(dwSessionId);
-    if (it == m_States.end()) {
-        return 1;
-    }
-    SState& state = it->second;
+    return RunOperation(
+        pszName,
+        [&](const COperation& op) -> HRESULT {
+            const CMutexLock lock(m_Mutex);
+            const auto it = m_States.find(dwSessionId);
+            bAvailabled = it == m_States.end() ? 1 : Refresh(op, it->second);
+            return S_OK;
+        },
+        [&](const COperation& op, HRESULT) { pvlogLog(LogComponent, LogExit, "%s bAvailabled = %d", op.Name(), bAvailabled); });
+}
+
+/// Opens a session whose time is over.
+int CSessionAvailability::Refresh(const COperation& op, SState& state)
+{
     if (state.bAvailable != 0) {
         return state.bAvailable;
     }

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "platform/Api.h"
+#include "platform/ComEmulation.h"
 #include "util/Mutex.h"
 
 #include <ctime>
@@ -19,12 +20,16 @@ class SHAREDSTORE_API CSessionAvailability
 {
 public:
     /// Opens (non-zero) or shuts (0) the store for a session from now on.
-    void Set(const COperation& op, unsigned long dwSessionId, int bAvailable);
+    /// @param pszName the store's operation that does so
+    /// @return S_OK; E_OUTOFMEMORY
+    HRESULT Set(const char* pszName, unsigned long dwSessionId, int bAvailabled);
 
-    /// @return non-zero when the store is open for the session. A session that was never set is open; one
+    /// Tells whether the store is open (non-zero) for a session. A session that was never set is open; one
     /// that was shut opens again after "DisableTimeoutAfterEndSession" seconds (read from the registry,
     /// 15 when missing or 0), or at once when the clock was set back before the moment it was shut.
-    int Get(const COperation& op, unsigned long dwSessionId);
+    /// Always S_OK.
+    /// @param pszName the store's operation that asks
+    HRESULT Get(const char* pszName, unsigned long dwSessionId, int& bAvailabled);
 
     /// Forgets all sessions.
     void Clear();
@@ -39,6 +44,8 @@ private:
         int bAvailable;
         std::time_t tTimeStamp;
     };
+
+    static int Refresh(const COperation& op, SState& state);
 
     CMutex m_Mutex;
     std::map<unsigned long, SState> m_States SHAREDSTORE_GUARDED_BY(m_Mutex);

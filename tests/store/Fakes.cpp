@@ -11,20 +11,9 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdlib>
-#include <dlfcn.h>
 #include <pthread.h>
-
-namespace
-{
-
-/// Fails when it is told to, else calls the platform's function of that name.
-template <class Result, class... Args>
-Result Serve(const char* pszName, std::type_identity_t<Result> failure, Result (*)(Args...), std::type_identity_t<Args>... args)
-{
-    return CFault::Fails(pszName) ? failure : reinterpret_cast<Result (*)(Args...)>(dlsym(RTLD_NEXT, pszName))(args...);
-}
-
-} // namespace
+#include <sys/syscall.h>
+#include <unistd.h>
 
 extern "C" {
 
@@ -40,6 +29,7 @@ void pvlogLog(const char* pszComponent, unsigned int uLevel, const char* pszForm
         CTranscript::s_pNow->sLines += "\n" + std::to_string(uLevel) + " " + pszText;
         EXPECT_STREQ(pszComponent, "SRVSHAREDSTORE");
     }
+    CLineHook::See(pszText);
     std::free(pszText);
 }
 
@@ -48,6 +38,11 @@ SHAREDSTORE_API std::time_t time(std::time_t*) noexcept
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
     return CClock::s_pNow != nullptr ? CClock::s_pNow->tNow : now.tv_sec;
+}
+
+SHAREDSTORE_API pid_t getsid(pid_t nProcess) noexcept
+{
+    return CSessions::s_pNow != nullptr ? CSessions::s_pNow->Find(nProcess) : static_cast<pid_t>(syscall(SYS_getsid, nProcess));
 }
 
 SHAREDSTORE_API int pthread_mutex_init(pthread_mutex_t* pMutex, const pthread_mutexattr_t* pAttributes) noexcept
@@ -92,6 +87,12 @@ long ovRegListKeysEx(const char* pszRoot, const char* pszSubKey, ovRegKey* pKeys
 long ovRegListValueNamesEx(const char* pszRoot, const char* pszKey, ovRegValue* pValues, unsigned long* pulCount, int nType, int nFlags)
 {
     return Serve("ovRegListValueNamesEx", ERROR_ACCESS_DENIED, &ovRegListValueNamesEx, pszRoot, pszKey, pValues, pulCount, nType, nFlags);
+}
+
+long pvRegSetValueEx(PVHKEY hKey, const char* pszName, unsigned long ulReserved, unsigned long ulType, const unsigned char* pData,
+                     unsigned long ulSize)
+{
+    return Serve("pvRegSetValueEx", ERROR_DISK_FULL, &pvRegSetValueEx, hKey, pszName, ulReserved, ulType, pData, ulSize);
 }
 
 long ovRegReadStringValueEx(const char* pszRoot, const char* pszKey, const char* pszName, char* pText, unsigned long* pulSize, int nFlags)

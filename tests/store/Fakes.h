@@ -6,7 +6,11 @@
 #include "platform/ComEmulation.h"
 
 #include <ctime>
+#include <dlfcn.h>
+#include <functional>
 #include <string>
+#include <type_traits>
+#include <utility>
 
 /// @file
 /// What a program replaces of the platform: functions that fail on request, a log that can be read, a
@@ -14,20 +18,24 @@
 /// below lives. The library's static constructors and destructors run outside those of the program, so
 /// nothing here needs either.
 
-/// The one object of its kind that works on this thread while it lives.
+/// The newest object of its kind is the one that works on this thread while it lives.
 template <class T> class CForThread
 {
 public:
-    CForThread() { s_pNow = static_cast<T*>(this); }
-    ~CForThread() { s_pNow = nullptr; }
+    CForThread() : m_pBefore(std::exchange(s_pNow, static_cast<T*>(this))) {}
+    ~CForThread() { s_pNow = m_pBefore; }
     CForThread(const CForThread&) = delete;
     CForThread& operator=(const CForThread&) = delete;
 
     static inline constinit thread_local T* s_pNow = nullptr;
+
+private:
+    T* const m_pBefore;
 };
 
 /// One call of one function fails: with std::bad_alloc ("operator new"), null, E_OUTOFMEMORY,
-/// DISP_E_ARRAYISLOCKED (ovSafeArrayDestroy), EAGAIN (pthread_mutex_init) or ERROR_ACCESS_DENIED.
+/// DISP_E_ARRAYISLOCKED (ovSafeArrayDestroy), EAGAIN (pthread_mutex_init), ERROR_DISK_FULL (pvRegSetValueEx)
+/// or ERROR_ACCESS_DENIED.
 class CFault : public CForThread<CFault>
 {
 public:
@@ -50,10 +58,40 @@ private:
     SAFEARRAY* m_psaKept = nullptr;
 };
 
+/// Fails when it is told to, else calls the platform's function of that name.
+template <class Result, class... Args>
+Result Serve(const char* pszName, std::type_identity_t<Result> failure, Result (*)(Args...), std::type_identity_t<Args>... args)
+{
+    return CFault::Fails(pszName) ? failure : reinterpret_cast<Result (*)(Args...)>(dlsym(RTLD_NEXT, pszName))(args...);
+}
+
 /// Collects the lines that are logged, each as a newline and "<level> <text>", but for trace lines.
 struct CTranscript : CForThread<CTranscript>
 {
     std::string sLines;
+};
+
+/// Runs a function when a line is logged on this thread, once.
+class CLineHook : public CForThread<CLineHook>
+{
+public:
+    CLineHook(std::string sLine, std::function<void()> function) : m_sLine(std::move(sLine)), m_Function(std::move(function)) {}
+    static void See(std::string_view sLine)
+    {
+        if (s_pNow != nullptr && s_pNow->m_sLine == sLine) {
+            std::exchange(s_pNow->m_Function, [] {})();
+        }
+    }
+
+private:
+    std::string m_sLine;
+    std::function<void()> m_Function;
+};
+
+/// getsid(2) tells what Find does: ten processes to a session.
+struct CSessions : CForThread<CSessions>
+{
+    std::function<int(int)> Find = [](int nProcess) { return nProcess / 10; };
 };
 
 /// time(2) tells tNow.

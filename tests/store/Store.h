@@ -99,13 +99,15 @@ constexpr SOperation Operations[] = {
 };
 // clang-format on
 
-/// A registered memory store, and what the tests do with it.
+/// A registered store, and what the tests do with it.
 class CTestStore
 {
 public:
-    explicit CTestStore(std::string_view sId, int bShared = 1, const char* pszProduct = "Product") : m_Id(sId)
+    explicit CTestStore(std::string_view sId, int bShared = 1, const char* pszProduct = "Product",
+                        OV::DataStore::Type type = OV::DataStore::MemoryStore, int bEncrypted = 0)
+        : m_Id(sId)
     {
-        EXPECT_EQ(CStaticDataCacheClient::RegisterDataStore(m_Id, OV::DataStore::MemoryStore, 0, bShared, CText(pszProduct)), S_OK);
+        EXPECT_EQ(CStaticDataCacheClient::RegisterDataStore(m_Id, type, bEncrypted, bShared, CText(pszProduct)), S_OK);
     }
 
     HRESULT Create(const char* pszPath) { return m_Client.CreateCompartment(m_Id, CText(pszPath)); }

@@ -90,7 +90,7 @@ TEST_F(ToolRegistryTest, SetThenGet_OfEachType_ShowsTheValue)
         EXPECT_EQ(RunScript("registry set 'HKLM\\Types' v " + sOptions + "\nregistry get 'HKLM\\Types' v\n").sOutput, sExpected)
             << sOptions;
     }
-    EXPECT_EQ(Succeed({"registry", "list", "HKLM\\Types"}), "v  REG_BINARY  2\n");
+    EXPECT_EQ(Succeed({"registry", "list", "HKLM\\Types"}), "v  REG_BINARY  2  00ff\n");
 }
 
 TEST_F(ToolRegistryTest, Delete_OfValuesAndKeys_RefusesWhatItMust)

@@ -21,7 +21,7 @@ TEST_F(ToolStoreTest, Add_ExistingStore_ChangesItsSettingsOnlyWithForce)
                                                    "product    Kiosk       Kiosk\n");
     const Outcome forced = Run({"store", "add", "Cards", "-t", "registry", "-e", "--not-shared", "-p", "\xc3(", "--force"});
     EXPECT_EQ(forced.nExitCode, Ok);
-    EXPECT_EQ(forced.sError.rfind("sharedstore: warning: 'Cards' is configured, but this version can't begin", 0), 0U) << forced.sError;
+    EXPECT_EQ(forced.sError.rfind("sharedstore: warning: 'Cards' is configured, but can't be used until its key ", 0), 0U) << forced.sError;
     EXPECT_EQ(SucceedWithJson({"store", "info", "Cards", "--json"})["configured"],
               (nlohmann::json{{"type", "registry"}, {"encrypted", true}, {"shared", false}, {"product", {{"hex", "c328"}}}}));
 }

@@ -17,6 +17,7 @@ std::span<const Command> DataCommands();
 std::span<const Command> TreeCommands();
 std::span<const Command> FlushCommands();
 std::span<const Command> RegistryCommands();
+std::span<const Command> KeyFileCommands();
 std::span<const Command> ScriptCommands();
 
 inline constexpr Argument StoreArgument = {"STORE", Takes::Positional, "the store's identifier"};

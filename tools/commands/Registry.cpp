@@ -51,6 +51,30 @@ nlohmann::json ValueJson(const RegistryValue& value)
             {"data", DataJson(value)}};
 }
 
+/// Reads a key's values. What another process deletes meanwhile is left out.
+RegistrySection ReadSection(const KeyPath& key)
+{
+    RegistrySection section{key, {}};
+    for (const ValueInfo& info : ListValues(key)) {
+        try {
+            section.values.push_back(ReadValue(key, info.sName));
+        } catch (const CFailure& failure) {
+            if (failure.Code() != ExitCode::NotFound) {
+                throw;
+            }
+        }
+    }
+    return section;
+}
+
+/// The first bytes of a value, and how many more there are.
+std::string Preview(const Bytes& data)
+{
+    constexpr std::size_t MaxBytes = 24;
+    const std::string sHex = Hex(View(data).substr(0, MaxBytes));
+    return data.size() <= MaxBytes ? sHex : sHex + "... +" + std::to_string(data.size() - MaxBytes);
+}
+
 void List(const CArguments& arguments, Session&)
 {
     const KeyPath key = ParseKeyPath(arguments.Text("KEY"));
@@ -61,11 +85,13 @@ void List(const CArguments& arguments, Session&)
     for (const std::string& sName : keys) {
         rows.push_back({Display(sName) + '\\'});
     }
-    for (const ValueInfo& info : ListValues(key)) {
-        rows.push_back({info.sName.empty() ? "@" : Display(info.sName), NameOfRegistryType(info.ulType), std::to_string(info.ulSize)});
-        if (arguments.Has("--json")) {
-            json["values"].push_back(ValueJson(ReadValue(key, info.sName)));
+    for (const RegistryValue& value : ReadSection(key).values) {
+        rows.push_back(
+            {value.sName.empty() ? "@" : Display(value.sName), NameOfRegistryType(value.ulType), std::to_string(value.data.size())});
+        if (!value.data.empty()) {
+            rows.back().push_back(Preview(value.data));
         }
+        json["values"].push_back(ValueJson(value));
     }
     arguments.Has("--json") ? PrintJson(json) : Print(Columns(rows));
 }
@@ -148,22 +174,6 @@ void Delete(const CArguments& arguments, Session&)
     }
 }
 
-/// Reads a key's values. What another process deletes meanwhile is left out.
-RegistrySection ReadSection(const KeyPath& key)
-{
-    RegistrySection section{key, {}};
-    for (const ValueInfo& info : ListValues(key)) {
-        try {
-            section.values.push_back(ReadValue(key, info.sName));
-        } catch (const CFailure& failure) {
-            if (failure.Code() != ExitCode::NotFound) {
-                throw;
-            }
-        }
-    }
-    return section;
-}
-
 void Export(const CArguments& arguments, Session&)
 {
     std::string sText(RegistryTextHeader);
@@ -219,7 +229,9 @@ constexpr Argument ImportArguments[] = {{"FILE", Takes::Positional, "a file that
                                         {"-n,--dry-run", Takes::Flag, "check the file and write nothing"}};
 
 const Command Table[] = {
-    {"registry", "list", "list the sub-keys and values of a key", ListArguments, "  sharedstore registry list 'HKLM\\Software\\Orvane'\n",
+    {"registry", "list", "list the sub-keys of a key, and its values with type, size and their first bytes in hexadecimal", ListArguments,
+     "  sharedstore registry list 'HKLM\\Software\\Orvane'\n"
+     "  sharedstore registry list 'HKLM\\Software\\Orvane\\SharedStore\\RemanentDataStore\\Wallet\\Card1' --json\n",
      List},
     {"registry", "get", "write a value: numbers and texts one a line, everything else byte by byte", GetArguments,
      "  sharedstore registry get 'HKLM\\Software\\Orvane\\SharedStore\\StoreList\\Cards' Product\n", Get},

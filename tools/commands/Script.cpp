@@ -5,13 +5,13 @@
 
 #include "Dispatch.h"
 #include "support/Failure.h"
+#include "support/File.h"
 #include "support/Output.h"
 #include "support/Text.h"
 #include "support/Words.h"
 
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
 #include <unistd.h>
 
 namespace Tool
@@ -22,12 +22,6 @@ namespace
 
 constexpr const char* Prompt = "sharedstore> ";
 constexpr std::string_view ByteOrderMark = "\xEF\xBB\xBF"; ///< some editors begin a file with it
-
-struct CloseFile
-{
-    void operator()(std::FILE* pFile) const { (void)std::fclose(pFile); } // only read: nothing can be lost
-};
-using FilePtr = std::unique_ptr<std::FILE, CloseFile>;
 
 /// The commands of a file or of a terminal, line by line.
 class CScript

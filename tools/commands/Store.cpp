@@ -4,6 +4,7 @@
 #include "commands/Commands.h"
 
 #include "support/Failure.h"
+#include "support/KeyFile.h"
 #include "support/Output.h"
 #include "support/Store.h"
 #include "support/StoreConfig.h"
@@ -139,6 +140,17 @@ void Register(Session& session, const std::string& sStore, const StoreSettings& 
     }
 }
 
+/// An encrypted registry store begins only where its key can be read.
+void WarnWithoutKey(const std::string& sStore)
+{
+    try {
+        CheckKeyFile(DefaultKeyFile);
+    } catch (const CFailure& failure) {
+        Complain("sharedstore: warning: '" + Display(sStore) +
+                 "' is configured, but can't be used until its key can be read: " + failure.what());
+    }
+}
+
 void Add(const CArguments& arguments, Session& session)
 {
     const std::string& sStore = arguments.Text("STORE");
@@ -147,9 +159,8 @@ void Add(const CArguments& arguments, Session& session)
         throw CFailure(ExitCode::Exists, "there is such a store already; --force changes its settings");
     }
     WriteStoreConfig(sStore, settings);
-    if (settings.bEncrypted || settings.type == OV::DataStore::RegistryStore) {
-        Complain("sharedstore: warning: '" + Display(sStore) +
-                 "' is configured, but this version can't begin registry stores or encrypted ones: no process can use it");
+    if (settings.bEncrypted && settings.type == OV::DataStore::RegistryStore) {
+        WarnWithoutKey(sStore);
     }
     if (session.bManyCommands) {
         Register(session, sStore, settings);
@@ -196,8 +207,9 @@ constexpr Argument InfoArguments[] = {StoreArgument, JsonFlag};
 constexpr Argument RemoveArguments[] = {StoreArgument};
 constexpr Argument AddArguments[] = {
     StoreArgument,
-    {"-t,--type", Takes::Value, "memory (default): gone with the process; registry: kept", "TYPE"},
-    {"-e,--encrypted", Takes::Flag, "encrypt values before they are stored"},
+    {"-t,--type", Takes::Value, "memory (default): gone with the process; registry: kept, for all processes", "TYPE"},
+    {"-e,--encrypted", Takes::Flag,
+     "encrypt values before they are stored; a registry store needs the key file that 'keyfile create' makes"},
     {"--shared", Takes::Flag, "shared between user sessions (default): data operations need it"},
     {"--not-shared", Takes::Flag, "not shared: no data operation is served"},
     {"-p,--product", Takes::Value, "product that 'flush --product' knows the store by (default Pavendo)", "PRODUCT"},
@@ -208,9 +220,11 @@ const Command Table[] = {
     {"store", "list", "list the configured stores and those of this process", ListArguments, "  sharedstore store list --json\n", List},
     {"store", "add", "configure a store; under run and shell it can be used at once", AddArguments,
      "  sharedstore store add Cards --product Kiosk\n"
+     "  sharedstore store add Wallet --type registry --encrypted\n"
      "  sharedstore store add Cards --product Kiosk --not-shared --force\n",
      Add},
-    {"store", "remove", "remove a store's configuration; its data stay", RemoveArguments, "  sharedstore store remove Cards\n", Remove},
+    {"store", "remove", "remove a store's configuration; what a registry store holds stays", RemoveArguments,
+     "  sharedstore store remove Cards\n", Remove},
     {"store", "info", "show a store's configuration, and whether this process registered it", InfoArguments,
      "  sharedstore store info Cards\n", Info},
 };

@@ -12,6 +12,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+
 namespace Tool
 {
 
@@ -125,25 +127,43 @@ nlohmann::json Json(const Node& node)
             {"compartments", std::move(compartments)}};
 }
 
-void Tree(const CArguments& arguments, Session& session)
+std::string Drawing(const CStore& store, const Node& root)
 {
-    CStore store(session, arguments.Text("STORE"));
-    const Node root = ReadNode(store, std::string(WholeStore), store.Id(), 0);
-    if (arguments.Has("--json")) {
-        return PrintJson(Json(root));
-    }
     const StoreSettings& settings = store.Settings();
     std::string sIndent;
     std::string sLines = Display(store.Id()) + Versions(root) + ' ' + NameOfStoreType(settings.type) +
                          (settings.bEncrypted ? ", encrypted" : "") + ", product " + Display(settings.sProduct) + '\n';
     Draw(root, IsUtf8Locale() ? BoxStrokes : AsciiStrokes, sIndent, sLines);
-    Print(sLines);
+    return sLines;
+}
+
+std::size_t CountProblems(const Node& node)
+{
+    const auto hasProblem = [](const Item& item) { return !item.sProblem.empty(); };
+    auto uCount = static_cast<std::size_t>(std::count_if(node.items.begin(), node.items.end(), hasProblem));
+    for (const Node& child : node.compartments) {
+        uCount += CountProblems(child);
+    }
+    return uCount;
+}
+
+void Tree(const CArguments& arguments, Session& session)
+{
+    CStore store(session, arguments.Text("STORE"));
+    const Node root = ReadNode(store, std::string(WholeStore), store.Id(), 0);
+    arguments.Has("--json") ? PrintJson(Json(root)) : Print(Drawing(store, root));
+    if (const std::size_t uProblems = CountProblems(root); uProblems > 0) {
+        FlushOutput();
+        throw CFailure(ExitCode::Failed, std::to_string(uProblems) + (uProblems == 1 ? " item" : " items") + " could not be read");
+    }
 }
 
 constexpr Argument Arguments[] = {StoreArgument, JsonFlag};
 
 const Command Table[] = {
-    {"tree", "", "draw a store: compartments with [compartment version, content version], items with type and size", Arguments,
+    {"tree", "",
+     "draw a store: compartments with [compartment version, content version], items with type and size, or why they can't be read",
+     Arguments,
      "  sharedstore tree Cards\n"
      "  sharedstore tree Cards --json\n",
      Tree},

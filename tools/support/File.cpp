@@ -38,6 +38,17 @@ private:
     int m_nDescriptor;
 };
 
+/// Makes a file's new name survive a crash of the machine, where its folder may be read and synced.
+void SyncFolderOf(const std::string& sPath)
+{
+    const std::string sFolder = sPath.substr(0, sPath.rfind('/') + 1);
+    const int nFolder = open(sFolder.empty() ? "." : sFolder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (nFolder >= 0) {
+        (void)fsync(nFolder);
+        close(nFolder);
+    }
+}
+
 void RequireName(const std::string& sPath)
 {
     if (sPath.empty()) {
@@ -77,6 +88,7 @@ public:
             return false;
         }
         m_sPath.clear();
+        SyncFolderOf(sFinalPath);
         return true;
     }
 

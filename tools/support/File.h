@@ -5,10 +5,18 @@
 
 #include "support/Com.h"
 
+#include <cstdio>
+#include <memory>
 #include <string>
 
 namespace Tool
 {
+
+struct CloseFile
+{
+    void operator()(std::FILE* pFile) const { (void)std::fclose(pFile); }
+};
+using FilePtr = std::unique_ptr<std::FILE, CloseFile>; ///< for files that are only read: nothing can be lost
 
 /// Everything that a file holds; "-" is standard input. Throws CFailure (ExitCode::Usage) as soon as
 /// there are more than uMaximum bytes.

@@ -68,7 +68,7 @@ CStore::CStore(Session& session, const std::string& sStore) : m_Session(session)
     } else if (IsConfigured(sStore)) {
         throw StoreFailure(E_FAIL, ExitCode::Failed,
                            "the store is configured but could not begin; 'sharedstore store list' shows faulty settings, "
-                           "SHAREDSTORE_LOG=stderr other reasons");
+                           "'sharedstore keyfile check' the key of encrypted registry stores, SHAREDSTORE_LOG=stderr other reasons");
     } else {
         throw StoreFailure(E_FAIL, ExitCode::NotFound,
                            "there is no store '" + Display(sStore) + "'; 'sharedstore store list' shows what there is");
@@ -138,6 +138,11 @@ ArrayPtr CStore::Get(const std::string& sPath, const std::string& sItem)
 {
     SAFEARRAY* psaValue = nullptr;
     const HRESULT hr = m_Session.client.GetData(m_bstrId.get(), Identifier(sPath).get(), Identifier(sItem).get(), &psaValue);
+    if (FAILED(hr) && Holds(sPath, sItem)) {
+        throw StoreFailure(hr, ExitCode::Failed,
+                           std::string("the item can't be read: it is damaged or of a foreign type") +
+                               (m_Settings.bEncrypted ? ", or encrypted with another key" : ""));
+    }
     Check(hr, ItemAdvice(sPath));
     return ArrayPtr(psaValue);
 }
@@ -150,6 +155,15 @@ void CStore::Remove(const std::string& sPath, const std::string& sItem)
 void CStore::Flush()
 {
     Check(m_Session.client.FlushStore(m_bstrId.get()));
+}
+
+bool CStore::Holds(const std::string& sPath, const std::string& sItem)
+{
+    if (!Status(sPath).bCached) {
+        return false;
+    }
+    const std::vector<std::string> items = Items(sPath);
+    return std::binary_search(items.begin(), items.end(), sItem);
 }
 
 /// @param sNotFoundAdvice for operations whose E_INVALIDARG says that something is not there

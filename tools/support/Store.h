@@ -58,6 +58,7 @@ public:
 private:
     void Check(HRESULT hr, const std::string& sNotFoundAdvice = {}) const;
     void RequireCompartment(const std::string& sPath);
+    bool Holds(const std::string& sPath, const std::string& sItem);
     void WarnWhenLost() const;
     std::string ItemAdvice(const std::string& sPath) const;
 

@@ -1,0 +1,35 @@
+// SharedStore - PIN and card data cache
+// SPDX-License-Identifier: Apache-2.0
+
+// A fork finds every store between two operations: all locks of the library are taken before it, in their
+// order, and given back in both processes.
+
+#include "client/StaticDataStoreRegistration.h"
+#include "datastore/InternalDataStore.h"
+#include "tree/HistoryTree.h"
+
+#include <pthread.h>
+
+namespace
+{
+
+void HoldAll() SHAREDSTORE_NO_THREAD_SAFETY_ANALYSIS
+{
+    gStaticDataStoreRegistration.HoldForFork();
+    gHistoryMutex.Lock(); // the stores take it last
+}
+
+void ReleaseAll(bool bInChild) SHAREDSTORE_NO_THREAD_SAFETY_ANALYSIS
+{
+    gHistoryMutex.Unlock();
+    gStaticDataStoreRegistration.ReleaseAfterFork(bInChild);
+}
+
+// Once per process, not once per directory.
+[[gnu::constructor]] void RegisterForkHandlers()
+{
+    pthread_atfork(
+        &HoldAll, [] { ReleaseAll(false); }, [] { ReleaseAll(true); });
+}
+
+} // namespace

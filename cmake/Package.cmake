@@ -32,7 +32,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/ DESTINATION ${CMAKE_INSTALL_INCLUDE
     PATTERN "RegistryPaths.h" EXCLUDE
     PATTERN "RegistryValue.h" EXCLUDE
     PATTERN "Setting.h" EXCLUDE
-    PATTERN "StoreIds.h" EXCLUDE
+    PATTERN "StoreOperations.h" EXCLUDE
     PATTERN "ValueFormat.h" EXCLUDE)
 
 configure_package_config_file(cmake/SharedStoreConfig.cmake.in SharedStoreConfig.cmake INSTALL_DESTINATION ${package_dir})

@@ -4,12 +4,10 @@
 #include "client/StaticDataCacheClient.h"
 
 #include "client/StaticDataStoreRegistration.h"
-#include "client/StoreIds.h"
+#include "client/StoreOperations.h"
 #include "datastore/InternalDataStore.h"
 #include "util/FctUtils.h"
 #include "util/Operation.h"
-
-#include <memory>
 
 using OV::Framework::SecureString;
 
@@ -71,21 +69,9 @@ HRESULT CStaticDataCacheClient::RegisterDataStore(BSTR bstrDataStoreId, Type typ
         }
         SecureString sDataStoreId;
         RETURN_IF_FAILED(op.Check(BSTR2wstring(bstrDataStoreId, sDataStoreId), "BSTR2wstring failed"));
-        CInternalDataStore* pExisting = nullptr;
-        if (gStaticDataStoreRegistration.Find(sDataStoreId, pExisting)) {
-            return op.Fail(E_FAIL, "This DataStore id already exist !");
-        }
-        auto store = std::make_unique<CInternalDataStore>();
-        const HRESULT hr = store->Begin(bstrDataStoreId, type, bEncrypted, bSharedBetweenUserSessions, sProduct);
-        if (FAILED(hr)) {
-            op.Detail("Begin failed");
-            return hr;
-        }
-        // The lock was not held while the store began: somebody else may have been faster.
-        if (!gStaticDataStoreRegistration.Add(sDataStoreId, std::move(store))) {
-            return op.Fail(E_FAIL, "This DataStore id already exist !");
-        }
-        return hr;
+        return RegisterStore(op, gStaticDataStoreRegistration, sDataStoreId, [&](CInternalDataStore& store) {
+            return store.Begin(bstrDataStoreId, type, bEncrypted, bSharedBetweenUserSessions, sProduct);
+        });
     });
 }
 

@@ -109,14 +109,16 @@ public:
     /// @param bstrCompartmentId "/" lists the top level
     /// @param ppsaCompartmentIds receives a new VT_BSTR vector that the caller frees with
     ///        ovSafeArrayDestroy; a memory store leaves it untouched when there are none
-    /// @return S_OK, also for an unknown compartment of a memory store; E_FAIL also for a null out-argument
+    /// @return S_OK, also for an unknown compartment of a memory store; E_FAIL also for a null out-argument, and for
+    ///         an unknown compartment of a registry store
     HRESULT ListCompartmentIds(BSTR bstrDataStoreId, BSTR bstrCompartmentId, SAFEARRAY** ppsaCompartmentIds);
 
     /// Stores a copy of a value, replacing an older one, and makes the compartment when it is missing.
     /// Advances the content versions up the path, and the compartment versions too when it was made.
     /// @param psaValue bytes (VT_UI1), strings (VT_BSTR) or integers; stays the caller's
-    /// @return S_OK; E_INVALIDARG also for a null value: in a memory store an older value is then gone, and a
-    ///         compartment that was missing is made, without counting a version
+    /// @return S_OK; E_INVALIDARG also for a null value (in a memory store that is not encrypted an older value is
+    ///         then gone, and a compartment that was missing is made, without counting a version); E_FAIL for
+    ///         one in a registry store that is not encrypted, and for an element type that the store can't keep
     HRESULT SetData(BSTR bstrDataStoreId, BSTR bstrCompartmentId, BSTR bstrDataId, SAFEARRAY* psaValue);
 
     /// Reads a value.

@@ -3,13 +3,14 @@
 
 #include "crypto/CommonCrypto.h"
 
-#include "crypto/ArrayBytes.h"
 #include "crypto/KeyFile.h"
 #include "crypto/ValueFormat.h"
 #include "platform/Framework.h"
+#include "util/ArrayBytes.h"
 #include "util/Operation.h"
 
 #include <iterator>
+#include <limits>
 
 using namespace OV::Framework;
 
@@ -146,6 +147,9 @@ HRESULT CommonCrypto::encryptValue(SAFEARRAY* psaIn, SAFEARRAY*& psaOut, bool bP
         RETURN_IF_FAILED(EncodeValue(op, psaIn, clear));
         SecureBytes encrypted;
         RETURN_IF_FAILED(Process(op, Encrypt, bPersistent, clear, encrypted));
+        if (encrypted.size() > std::numeric_limits<unsigned int>::max()) {
+            return op.Fail(E_OUTOFMEMORY, "SafeArrayCreate failed");
+        }
         pvlogLog(LogComponent, LogTrace, "%s CryptProtectData succeed", op.Name());
         return FillArray(op, CSafeArray(SafeArrayCreateVector(VT_UI1, 0, static_cast<unsigned int>(encrypted.size()))), encrypted, psaOut);
     });

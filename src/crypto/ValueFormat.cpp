@@ -3,7 +3,7 @@
 
 #include "crypto/ValueFormat.h"
 
-#include "crypto/ArrayBytes.h"
+#include "util/ArrayBytes.h"
 #include "util/ComHandles.h"
 
 #include <algorithm>
@@ -58,7 +58,7 @@ std::string NameType(VARTYPE vt, SAFEARRAY* psa)
 }
 
 /// Appends a list of strings. An element that is null or can't be read is left out.
-void AppendStrings(SAFEARRAY* psa, SecureBytes& clear)
+void AppendStrings(const COperation& op, SAFEARRAY* psa, SecureBytes& clear)
 {
     std::vector<CBstr> strings;
     std::size_t uSize = 0;
@@ -66,7 +66,8 @@ void AppendStrings(SAFEARRAY* psa, SecureBytes& clear)
     for (unsigned int i = 0; i < psa->rgsabound[0].cElements; ++i) {
         indices.back() = static_cast<int>(i);
         CBstr bstr;
-        if (SUCCEEDED(SafeArrayGetElement(psa, indices.data(), &bstr.Out())) && bstr.Get() != nullptr) {
+        const HRESULT hr = op.Check(SafeArrayGetElement(psa, indices.data(), &bstr.Out()), "SafeArrayGetElement failed");
+        if (SUCCEEDED(hr) && bstr.Get() != nullptr) {
             uSize += std::strlen(bstr.Get()) + 1;
             strings.push_back(std::move(bstr));
         }
@@ -135,7 +136,7 @@ HRESULT EncodeValue(const COperation& op, SAFEARRAY* psaIn, SecureBytes& clear)
     clear.assign(sName.begin(), sName.end());
     clear.push_back(0);
     if (vt == VT_BSTR) {
-        AppendStrings(psaIn, clear);
+        AppendStrings(op, psaIn, clear);
         return S_OK;
     }
     RETURN_IF_FAILED(AppendElements(op, psaIn, SafeArrayGetDim(psaIn), clear));

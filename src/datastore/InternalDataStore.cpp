@@ -289,6 +289,16 @@ HRESULT CInternalDataStore::Decrypt(const COperation& op, CSafeArray& value)
     return S_OK;
 }
 
+HRESULT CInternalDataStore::StoreLocked(const COperation& op, const SecureString& sCompartmentId, const SecureString& sDataId,
+                                        SAFEARRAY* psaStored, unsigned long dwClientProcessId)
+{
+    RETURN_IF_FAILED(CheckGuardsLocked(op));
+    int bCached = 0;
+    RETURN_IF_FAILED(IsCachedLocked(op, sCompartmentId, bCached));
+    RETURN_IF_FAILED(op.Check(m_Tree->SetData(sCompartmentId, sDataId, psaStored, dwClientProcessId, m_bEncrypted), "SetData failed"));
+    return Advance(op, sCompartmentId, bCached != 0 ? HistoryContent : HistoryBoth);
+}
+
 HRESULT CInternalDataStore::SetData(unsigned long dwClientProcessId, BSTR bstrCompartmentId, BSTR bstrDataId, SAFEARRAY* psaValue)
 {
     return RunOperation("CInternalDataStore::SetData", [&](const COperation& op) -> HRESULT {
@@ -299,13 +309,24 @@ HRESULT CInternalDataStore::SetData(unsigned long dwClientProcessId, BSTR bstrCo
         RETURN_IF_FAILED(Convert(op, bstrCompartmentId, sCompartmentId, bstrDataId, sDataId));
         CSafeArray encrypted;
         RETURN_IF_FAILED(Encrypt(op, psaValue, encrypted));
-        RETURN_IF_FAILED(CheckGuardsLocked(op));
-        int bCached = 0;
-        RETURN_IF_FAILED(IsCachedLocked(op, sCompartmentId, bCached));
         SAFEARRAY* psaStored = m_bEncrypted != 0 ? encrypted.Get() : psaValue;
-        RETURN_IF_FAILED(op.Check(m_Tree->SetData(sCompartmentId, sDataId, psaStored, dwClientProcessId, m_bEncrypted), "SetData failed"));
-        return Advance(op, sCompartmentId, bCached != 0 ? HistoryContent : HistoryBoth);
+        const HRESULT hr = StoreLocked(op, sCompartmentId, sDataId, psaStored, dwClientProcessId);
+        op.CheckWithCode(encrypted.Destroy(), "ovSafeArrayDestroy failed");
+        return hr;
     });
+}
+
+HRESULT CInternalDataStore::LoadLocked(const COperation& op, const SecureString& sCompartmentId, const SecureString& sDataId,
+                                       CSafeArray& value)
+{
+    RETURN_IF_FAILED(CheckGuardsLocked(op));
+    const HRESULT hr = m_Tree->GetData(sCompartmentId, sDataId, value.Out(), 0);
+    if (hr == E_INVALIDARG) {
+        op.Detail("GetData : data not found");
+        return hr;
+    }
+    RETURN_IF_FAILED(op.Check(hr, "GetData failed"));
+    return Decrypt(op, value);
 }
 
 HRESULT CInternalDataStore::GetData(unsigned long dwClientProcessId, BSTR bstrCompartmentId, BSTR bstrDataId, SAFEARRAY** ppsaValue)
@@ -316,19 +337,13 @@ HRESULT CInternalDataStore::GetData(unsigned long dwClientProcessId, BSTR bstrCo
         SecureString sCompartmentId;
         SecureString sDataId;
         RETURN_IF_FAILED(Convert(op, bstrCompartmentId, sCompartmentId, bstrDataId, sDataId));
-        RETURN_IF_FAILED(CheckGuardsLocked(op));
         CSafeArray value;
-        const HRESULT hr = m_Tree->GetData(sCompartmentId, sDataId, value.Out(), 0);
-        if (hr == E_INVALIDARG) {
-            op.Detail("GetData : data not found");
-            return hr;
-        }
-        RETURN_IF_FAILED(op.Check(hr, "GetData failed"));
-        RETURN_IF_FAILED(Decrypt(op, value));
-        if (ppsaValue != nullptr) {
+        const HRESULT hr = LoadLocked(op, sCompartmentId, sDataId, value);
+        if (SUCCEEDED(hr) && ppsaValue != nullptr) {
             *ppsaValue = value.Release(); // the tree's copy is ours alone
         }
-        return S_OK;
+        op.CheckWithCode(value.Destroy(), "ovSafeArrayDestroy failed");
+        return hr;
     });
 }
 

@@ -74,7 +74,7 @@ public:
 
     /// Lists the compartments directly below one; "/" is the top level. A memory store leaves the
     /// out-argument untouched when there are none.
-    /// @return E_FAIL also for a null out-argument
+    /// @return E_FAIL also for a null out-argument, and for an unknown compartment of a registry store
     HRESULT ListCompartmentIds(unsigned long dwClientProcessId, BSTR bstrCompartmentId, SAFEARRAY** ppsaCompartmentIds);
 
     /// Lists the items of a compartment.
@@ -87,7 +87,8 @@ public:
 
     /// Stores a copy of a value, makes a missing compartment, and advances the content version, or both
     /// versions when it made the compartment.
-    /// @return E_INVALIDARG also for a null value; an older value of the item is then gone
+    /// @return E_INVALIDARG also for a null value, E_FAIL for one in an open registry store; in an open memory
+    ///         store an older value of the item is then gone. Also the codes of CommonCrypto::encryptValue.
     HRESULT SetData(unsigned long dwClientProcessId, BSTR bstrCompartmentId, BSTR bstrDataId, SAFEARRAY* psaValue);
 
     /// Reads a value.
@@ -102,8 +103,8 @@ public:
     /// Removes a compartment and everything below it; in a store that is not shared, of every session in
     /// the tree, up to the first failure.
     /// @param bRemoveVersions zero: its versions advance; non-zero: they are removed, and no reader of an
-    ///        ancestor notices. The versions of "/" always advance.
-    /// @return E_INVALIDARG also when a shared memory store is empty
+    ///        ancestor notices. Of "/", the versions of its compartments advance always.
+    /// @return E_INVALIDARG also when a shared memory store is empty or a registry store has no such compartment
     HRESULT RemoveCompartment(unsigned long dwClientProcessId, BSTR bstrCompartmentId, int bRemoveVersions);
 
     /// Removes every compartment and all versions of the store.
@@ -111,7 +112,7 @@ public:
     HRESULT FlushStore(unsigned long dwClientProcessId);
 
     /// Removes what belongs to one user session; of a shared store, everything.
-    /// @return E_INVALIDARG also when a memory store is empty
+    /// @return E_INVALIDARG also when a memory store is empty or a registry store has nothing of the session
     HRESULT FlushStoreFromSessionId(unsigned long dwSessionId);
 
     /// Opens (non-zero) or shuts (0) the store for a user session. For the service that follows the
@@ -136,6 +137,10 @@ private:
     HRESULT CheckTreeLocked(const COperation& op) const SHAREDSTORE_REQUIRES(m_Mutex);
     HRESULT CheckGuardsLocked(const COperation& op) const SHAREDSTORE_REQUIRES(m_Mutex);
     HRESULT IsCachedLocked(const COperation& op, const SecureString& sCompartmentId, int& bCached) const SHAREDSTORE_REQUIRES(m_Mutex);
+    HRESULT StoreLocked(const COperation& op, const SecureString& sCompartmentId, const SecureString& sDataId, SAFEARRAY* psaStored,
+                        unsigned long dwClientProcessId) SHAREDSTORE_REQUIRES(m_Mutex);
+    HRESULT LoadLocked(const COperation& op, const SecureString& sCompartmentId, const SecureString& sDataId, CSafeArray& value)
+        SHAREDSTORE_REQUIRES(m_Mutex);
     HRESULT Advance(const COperation& op, const SecureString& sCompartmentIdGlobal, int mode) const;
     HRESULT RemoveVersions(const COperation& op, const SecureString& sCompartmentIdGlobal) const;
     SecureString VersionKey(const SecureString& sCompartmentIdGlobal) const;

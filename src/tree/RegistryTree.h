@@ -44,7 +44,8 @@ public:
 
     HRESULT GetTreeId(SecureString& sTreeId) override;
 
-    /// A failure leaves the former value, but may leave a compartment that it made.
+    /// A failure leaves the former value (unless the key can't be closed), but may leave a compartment that it
+    /// made. Rows that would make a table of more than 16 MB when they are read are refused.
     /// @return S_OK; E_INVALIDARG for an identifier of more than 255 characters, a value of more than
     ///         1 MB (1048576 bytes), and a row whose length byte exceeds the row; E_FAIL for a null array,
     ///         an element type that can't be kept, and a registry that can't be written
@@ -100,7 +101,7 @@ public:
     /// Deletes a key and everything below it, and advances the versions of everything below it.
     /// @param pszSubKey path of the key, up to 250 characters
     /// @param bUpdateVersions zero: no version advances
-    /// @return whether the key is gone
+    /// @return whether it deleted the key
     bool RegDelTree(const char* pszRoot, const char* pszSubKey, int bUpdateVersions);
 
 private:

@@ -21,8 +21,23 @@ class COperation;
 ///   same for each row, where the row begins with its own length byte and what follows it in the array
 ///   is left out
 ///
-/// A string with a zero byte in it comes back cut among others, and an empty string ends a list. Of an
-/// array of numbers with several dimensions the elements of the first are kept.
+/// A string with a zero byte in it comes back cut among others, and an empty string after another one ends a
+/// list. Of an array of numbers with several dimensions the elements of the first are kept. Rows of VT_I1 come back
+/// as one vector, with the headers of all rows but the first inside.
+
+namespace RegistryFormat
+{
+
+/// The first byte of a REG_BINARY value, and of every row of one.
+inline constexpr unsigned char TagSigned = 0x0B;
+inline constexpr unsigned char TagBytes = 0xBA;
+inline constexpr unsigned char TagRows = 0xBB;
+inline constexpr std::size_t HeaderSize = 2; ///< the tag and a length byte
+
+inline constexpr std::size_t MaxValueSize = 1024UL * 1024;
+inline constexpr std::size_t MaxTableSize = 16 * MaxValueSize; ///< of the array made of rows, each padded to the longest
+
+} // namespace RegistryFormat
 
 /// A value on its way into the registry.
 struct SRegistryValue

@@ -16,28 +16,25 @@ namespace
 {
 
 /// Visits the first sub-key of a key, and what has become the first one then, until a visit returns false.
-/// A sub-key that is still there after its visit ends the walk, or it would be visited for ever.
 template <class Visit> void VisitFirstSubKeys(const COperation& op, PVHKEY hKey, SecureString sPath, Visit visit)
 {
     if (!sPath.ends_with(KeySeparator)) {
         sPath += KeySeparator;
     }
-    SecureString sVisited;
     for (;;) {
         char szName[MaxKeyPath + 1] = {};
         unsigned long ulSize = sizeof(szName);
         if (pvRegEnumKeyEx(hKey, 0, szName, &ulSize, nullptr, nullptr, nullptr, nullptr) != ERROR_SUCCESS) {
             return;
         }
-        SecureString sChild = sPath + szName;
+        const SecureString sChild = sPath + szName;
         if (sChild.size() > MaxKeyPath) {
             op.Error("dwSize too long");
             return;
         }
-        if (sChild == sVisited || !visit(sChild)) {
+        if (!visit(sChild)) {
             return;
         }
-        sVisited = std::move(sChild);
     }
 }
 
@@ -64,14 +61,21 @@ long CRegistryTree::RegListTree(const char* pszRoot, const char* pszSubKey, std:
         }
         lIds.push_back(PathOfKey(pszSubKey));
         op.Detail("sCompartmentId2", lIds.back().c_str());
+        long lChild = ERROR_SUCCESS;
+        SecureString sUnopenable; // the first sub-key until somebody deletes it
         VisitFirstSubKeys(op, key.Get(), pszSubKey, [&](const SecureString& sChild) {
-            const bool bListed = RegListTree(pszRoot, sChild.c_str(), lIds) == ERROR_SUCCESS;
-            if (bListed) {
+            if (sChild == sUnopenable) {
+                return false;
+            }
+            lChild = RegListTree(pszRoot, sChild.c_str(), lIds);
+            if (lChild == ERROR_SUCCESS) {
                 op.Detail("RegListTree failed");
             }
-            return !bListed;
+            sUnopenable = sChild;
+            return lChild > 0;
         });
-        return static_cast<HRESULT>(key.Close());
+        const long lClosed = key.Close();
+        return static_cast<HRESULT>(lChild < 0 ? lChild : lClosed);
     });
 }
 

@@ -142,6 +142,7 @@ TEST(RegistryValueTest, MalformedValue_GivesACodeAndNoArray)
     }
     const std::pair<unsigned long, std::string> cases[] = {
         {REG_DWORD, "12345"}, {REG_QWORD, "1234"}, {REG_NONE, "123"}, {REG_MULTI_SZ, "a"}, {REG_MULTI_SZ, "a\0b\0"s}, {REG_MULTI_SZ, "\0"s},
+        {REG_MULTI_SZ, std::string(1048577, '\0')}, // it would take many times its size
         {REG_BINARY, "\xBA"}, {REG_BINARY, "\xBC\1a"}, {REG_BINARY, "\xBB\2a"}, {REG_BINARY, "\xBB\1a\xBA\0"s},
         {REG_BINARY, "\xBB\1a\xBB"}, {REG_BINARY, sRows}, {REG_EXPAND_SZ, "a"}};
     CRegistryTree tree("Malformed", 0);

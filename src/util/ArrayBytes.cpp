@@ -1,9 +1,7 @@
 // SharedStore - PIN and card data cache
 // SPDX-License-Identifier: Apache-2.0
 
-#include "crypto/ArrayBytes.h"
-
-#include <algorithm>
+#include "util/ArrayBytes.h"
 
 namespace
 {
@@ -29,18 +27,5 @@ HRESULT AppendElements(const COperation& op, SAFEARRAY* psa, unsigned int uBound
     const auto* pElements = static_cast<const unsigned char*>(pData);
     bytes.insert(bytes.end(), pElements, pElements + uSize);
     op.Check(SafeArrayUnaccessData(psa), "SafeArrayUnaccessData failed");
-    return S_OK;
-}
-
-HRESULT FillArray(const COperation& op, CSafeArray array, std::span<const unsigned char> bytes, SAFEARRAY*& psaOut)
-{
-    if (array.Get() == nullptr) {
-        return op.Fail(E_OUTOFMEMORY, "SafeArrayCreate failed");
-    }
-    void* pData = nullptr;
-    RETURN_IF_FAILED(op.Check(SafeArrayAccessData(array.Get(), &pData), "SafeArrayAccessData failed"));
-    std::ranges::copy(bytes, static_cast<unsigned char*>(pData));
-    RETURN_IF_FAILED(op.Check(SafeArrayUnaccessData(array.Get()), "SafeArrayUnaccessData failed"));
-    psaOut = array.Release();
     return S_OK;
 }

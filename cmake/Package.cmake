@@ -18,14 +18,19 @@ install(EXPORT SharedStoreTargets NAMESPACE SharedStore:: DESTINATION ${package_
 # A header is installed unless the list names it as part of the inside.
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/SharedStore COMPONENT Development
     FILES_MATCHING PATTERN "*.h"
+    PATTERN "AdditionalParameters.h" EXCLUDE
     PATTERN "ArrayBytes.h" EXCLUDE
     PATTERN "ComHandles.h" EXCLUDE
     PATTERN "Decimal.h" EXCLUDE
     PATTERN "ForwardingTree.h" EXCLUDE
+    PATTERN "FoundRecord.h" EXCLUDE
     PATTERN "HistoryAccess.h" EXCLUDE
     PATTERN "IdList.h" EXCLUDE
     PATTERN "KeyFile.h" EXCLUDE
     PATTERN "Operation.h" EXCLUDE
+    PATTERN "PINAlways.h" EXCLUDE
+    PATTERN "PINRecord.h" EXCLUDE
+    PATTERN "PINTimerRecord.h" EXCLUDE
     PATTERN "RegistryAccess.h" EXCLUDE
     PATTERN "RegistryAnswer.h" EXCLUDE
     PATTERN "RegistryKey.h" EXCLUDE
@@ -33,6 +38,7 @@ install(DIRECTORY ${PROJECT_SOURCE_DIR}/src/ DESTINATION ${CMAKE_INSTALL_INCLUDE
     PATTERN "RegistryValue.h" EXCLUDE
     PATTERN "Setting.h" EXCLUDE
     PATTERN "StoreOperations.h" EXCLUDE
+    PATTERN "StoreLock.h" EXCLUDE
     PATTERN "ValueFormat.h" EXCLUDE)
 
 configure_package_config_file(cmake/SharedStoreConfig.cmake.in SharedStoreConfig.cmake INSTALL_DESTINATION ${package_dir})

@@ -4,9 +4,10 @@
 // A fork finds every store between two operations: all locks of the library are taken before it, in their
 // order, and given back in both processes.
 
+#include "client/StaticAuthStoreRegistration.h"
 #include "client/StaticDataStoreRegistration.h"
-#include "datastore/InternalDataStore.h"
 #include "tree/HistoryTree.h"
+#include "util/ForkMember.h"
 
 #include <pthread.h>
 
@@ -16,12 +17,16 @@ namespace
 void HoldAll() SHAREDSTORE_NO_THREAD_SAFETY_ANALYSIS
 {
     gStaticDataStoreRegistration.HoldForFork();
-    gHistoryMutex.Lock(); // the stores take it last
+    gStaticAuthStoreRegistration.HoldForFork();
+    CForkMember::HoldAll();
+    gHistoryMutex.Lock(); // all stores take it last
 }
 
 void ReleaseAll(bool bInChild) SHAREDSTORE_NO_THREAD_SAFETY_ANALYSIS
 {
     gHistoryMutex.Unlock();
+    CForkMember::ReleaseAll();
+    gStaticAuthStoreRegistration.ReleaseAfterFork(bInChild);
     gStaticDataStoreRegistration.ReleaseAfterFork(bInChild);
 }
 

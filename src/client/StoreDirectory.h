@@ -72,24 +72,10 @@ public:
         return stores;
     }
 
-    /// Takes the directory's lock and those of its stores, so that a fork finds each of them between two
-    /// operations, and gives them back.
-    void HoldForFork() SHAREDSTORE_NO_THREAD_SAFETY_ANALYSIS
-    {
-        m_Lock.Lock();
-        for (const auto& entry : m_Stores) {
-            if (entry.second != nullptr) {
-                entry.second->HoldForFork();
-            }
-        }
-    }
+    /// Takes the directory's lock for a fork, and gives it back.
+    void HoldForFork() SHAREDSTORE_NO_THREAD_SAFETY_ANALYSIS { m_Lock.Lock(); }
     void ReleaseAfterFork(bool bInChild) SHAREDSTORE_NO_THREAD_SAFETY_ANALYSIS
     {
-        for (const auto& entry : m_Stores) {
-            if (entry.second != nullptr) {
-                entry.second->ReleaseAfterFork();
-            }
-        }
         if (bInChild) {
             new (&m_Lock) CSharedMutex; // the child's thread is not the one that it knows as its holder
         } else {
@@ -100,7 +86,7 @@ public:
 protected:
     ~CStoreDirectory() = default;
 
-    /// Ends and deletes all stores. A fork that comes yet finds none.
+    /// Ends and deletes all stores.
     void EndAll()
     {
         const CWriteLock lock(m_Lock);

@@ -74,6 +74,9 @@ HRESULT CInternalDataStore::Begin(BSTR bstrDataStoreId, OV::DataStore::Type type
                      static_cast<unsigned int>(nError));
             return S_OK;
         }
+        m_ForkMember.Join(
+            this, [](void* pStore) { static_cast<CInternalDataStore*>(pStore)->HoldForFork(); },
+            [](void* pStore) { static_cast<CInternalDataStore*>(pStore)->ReleaseAfterFork(); });
         SecureString sDataStoreId;
         RETURN_IF_FAILED(Convert(op, bstrDataStoreId, sDataStoreId));
         m_sDataStoreId = sDataStoreId;

@@ -8,6 +8,7 @@
 #include "platform/Api.h"
 #include "platform/ComEmulation.h"
 #include "platform/SecAllocator.h"
+#include "util/ForkMember.h"
 #include "util/Mutex.h"
 #include "util/SessionAvailability.h"
 
@@ -123,11 +124,9 @@ public:
     /// Tells whether the store is open for a user session (see CSessionAvailability). Always S_OK. Any thread.
     HRESULT GetAvailabilityStoreFromSessionId(unsigned long dwSessionId, int& bAvailabled);
 
-    /// Takes the store's locks for a fork, and gives them back in the parent and in the child.
+private:
     void HoldForFork() SHAREDSTORE_NO_THREAD_SAFETY_ANALYSIS;
     void ReleaseAfterFork() SHAREDSTORE_NO_THREAD_SAFETY_ANALYSIS;
-
-private:
     using TreeList = HRESULT (CAbstractTree::*)(const SecureString& sCompartmentId, SAFEARRAY** ppsaIds, unsigned long dwClientProcessId);
 
     HRESULT List(const char* pszName, TreeList pfnList, unsigned long dwClientProcessId, BSTR bstrCompartmentId, SAFEARRAY** ppsaIds);
@@ -160,6 +159,7 @@ private:
     SecureString m_sProduct;
     CommonCrypto m_CommonCrypto;
 
-    // Guards itself.
+    // Guard themselves.
     CSessionAvailability m_Availability;
+    CForkMember m_ForkMember; ///< the last member: gone first
 };

@@ -5,6 +5,7 @@
 
 #include "platform/ComEmulation.h"
 
+#include <atomic>
 #include <ctime>
 #include <dlfcn.h>
 #include <functional>
@@ -71,21 +72,30 @@ struct CTranscript : CForThread<CTranscript>
     std::string sLines;
 };
 
-/// Runs a function when a line is logged on this thread, once.
-class CLineHook : public CForThread<CLineHook>
+/// Runs a function on whatever thread logs a line, each time. Works on all threads, unlike the others.
+class CLineHook
 {
 public:
-    CLineHook(std::string sLine, std::function<void()> function) : m_sLine(std::move(sLine)), m_Function(std::move(function)) {}
+    CLineHook(std::string sLine, std::function<void()> function) : m_sLine(std::move(sLine)), m_Function(std::move(function))
+    {
+        s_pNow = this;
+    }
+    ~CLineHook() { s_pNow = nullptr; }
+    CLineHook(const CLineHook&) = delete;
+    CLineHook& operator=(const CLineHook&) = delete;
+
     static void See(std::string_view sLine)
     {
-        if (s_pNow != nullptr && s_pNow->m_sLine == sLine) {
-            std::exchange(s_pNow->m_Function, [] {})();
+        if (const CLineHook* pHook = s_pNow; pHook != nullptr && sLine == pHook->m_sLine) {
+            pHook->m_Function();
         }
     }
 
 private:
-    std::string m_sLine;
-    std::function<void()> m_Function;
+    static inline constinit std::atomic<CLineHook*> s_pNow = nullptr;
+
+    const std::string m_sLine;
+    const std::function<void()> m_Function;
 };
 
 /// getsid(2) tells what Find does: ten processes to a session.

@@ -37,6 +37,16 @@ inline ArrayPointer Bytes(std::string_view sBytes)
     return pArray;
 }
 
+/// A vector of strings; null for none.
+inline ArrayPointer TextArray(const Strings& texts)
+{
+    ArrayPointer pArray(texts.empty() ? nullptr : SafeArrayCreateVector(VT_BSTR, 0, static_cast<unsigned int>(texts.size())));
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+        static_cast<BSTR*>(pArray->pvData)[i] = MakeString(texts[i]).release();
+    }
+    return pArray;
+}
+
 inline std::string BytesOf(const ArrayPointer& pArray)
 {
     return pArray == nullptr ? "no array" : std::string(static_cast<char*>(pArray->pvData), pArray->rgsabound[0].cElements);

@@ -1,0 +1,82 @@
+// SharedStore - PIN and card data cache
+// SPDX-License-Identifier: Apache-2.0
+
+// What the client makes of its arguments and of the default store's results.
+
+#include "Auth.h"
+#include "client/StaticAuthCacheClient.h"
+#include "client/StaticAuthStoreRegistration.h"
+
+using namespace OV::AuthStore;
+
+/// The client, and a call in its terms. The strings of an array of parameters lie as parameters do.
+struct SClient : CStaticAuthCacheClient
+{
+    static AuthParameter* V(SCall& a) { return a.v == nullptr ? nullptr : static_cast<AuthParameter*>(a.v->pvData); }
+    static unsigned long N(SCall& a) { return a.v == nullptr ? 0 : a.v->rgsabound[0].cElements / 2; }
+    static PINState* St(SCall& a) { return reinterpret_cast<PINState*>(&a.st); }
+};
+static SClient k;
+
+// clang-format off
+static const AuthOperations ClientOperations = {
+    {"set", [](auto&, auto& a) { return a.by == nullptr ? k.SetPIN(a.c, a.id, a.pin.get(), k.V(a), k.N(a), &a.psaSession)
+        : k.SetPINFromPINSessionId(a.c, a.id, a.session.get(), a.pin.get(), k.V(a), k.N(a)); }},
+    {"get", [](auto&, auto& a) { return a.by == nullptr ? k.GetPIN(a.c, a.id, k.V(a), k.N(a), &a.psa, &a.psaSession)
+        : k.GetPINFromPINSessionId(a.c, a.id, a.session.get(), k.V(a), k.N(a), &a.psa); }},
+    {"getex", [](auto&, auto& a) { return a.by == nullptr ? k.GetPINEx(a.c, a.id, k.V(a), k.N(a), &a.psa, &a.psaSession, k.St(a))
+        : k.GetPINFromPINSessionIdEx(a.c, a.id, a.session.get(), k.V(a), k.N(a), &a.psa, k.St(a)); }},
+    {"query", [](auto&, auto& a) { return a.by == nullptr ? k.IsPINCached(a.c, a.id, k.V(a), k.N(a), &a.psaSession, &a.st)
+        : k.IsPINCachedFromPINSessionId(a.c, a.id, a.session.get(), k.V(a), k.N(a), &a.st); }},
+    {"queryex", [](auto&, auto& a) { return a.by == nullptr ? k.IsPINCachedEx(a.c, a.id, k.V(a), k.N(a), &a.psaSession, k.St(a))
+        : k.IsPINCachedFromPINSessionIdEx(a.c, a.id, a.session.get(), k.V(a), k.N(a), k.St(a)); }},
+    {"change", [](auto&, auto& a) { return a.by == nullptr ? k.ChangePINState(a.c, a.id, k.V(a), k.N(a), static_cast<PINState>(a.n))
+        : k.ChangePINStateFromPINSessionId(a.c, a.id, a.session.get(), k.V(a), k.N(a), static_cast<PINState>(a.n)); }},
+    {"remove", [](auto&, auto& a) { return a.by == nullptr ? k.RemovePIN(a.c, a.id, k.V(a), k.N(a))
+        : k.RemovePINFromPINSessionId(a.c, a.id, a.session.get(), k.V(a), k.N(a)); }},
+    {"card", [](auto&, auto& a) { return k.RemoveCompartment(a.text, k.V(a), k.N(a)); }},
+    {"flush", [](auto&, auto& a) { return k.FlushStore(k.V(a), k.N(a)); }}, {"all", [](auto&, auto&) { return k.FlushAuthStores(); }},
+};
+// clang-format on
+
+TEST(AuthClientTest, Results_AreHandedOutAndFailuresMaskedWithParameters)
+{
+    const SPolicy policy("EnablePINCacheForPINAlwaysPrivateKeys", 1);
+    CCaller client(1, 0, 1, ClientOperations);
+    EXPECT_EQ(client.Play("set 1234, get, getex, query, queryex, get #last, getex #last, query #last, queryex #last"),
+              "ok,  1234, 1 1234, 1, 1,  1234, 1 1234, 1, 1");
+    EXPECT_EQ(client.Play("getex IsACRPINAlways=Yes, query IsACRPINAlways=Yes, queryex IsACRPINAlways=Yes"), "2 1234, 0, 2");
+    EXPECT_EQ(client.Play("query #last IsACRPINAlways=Yes, queryex #last IsACRPINAlways=Yes"), "0, 2");
+    EXPECT_EQ(client.Play("change 1, query IsACRPINAlways=Yes, change 0 #last, query IsACRPINAlways=Yes"), "ok, 1, ok, 0");
+    EXPECT_EQ(client.Play("set 5 #last, getex, remove #last, remove, set 6, card C, remove, set 7, flush, remove, set 8, all, remove"),
+              "ok, 1 5, ok, none, ok, ok, none, ok, ok, none, ok, ok, none");
+    EXPECT_EQ(client.Play("get, getex #x, query, queryex #x, change 1, remove #x, set 1 %, get #, remove #"),
+              "none, none, none, none, none, none, none, fail, fail");
+    EXPECT_EQ(client.Play("get a=b, getex #x a=b, query a=b, queryex #x a=b, change 1 a=b, remove #x a=b, set 1 % a=b, get # a=b"),
+              "ok, ok, ok, ok, ok, ok, ok, ok");
+    const ArrayPointer parameters = TextArray({"a", "b"});
+    const CTranscript transcript;
+    EXPECT_EQ(k.FlushStore(static_cast<AuthParameter*>(parameters->pvData), 0), E_FAIL); // nothing was converted, so nothing is freed
+    EXPECT_EQ(transcript.sLines, R"(
+8 CStaticAuthCacheClient::FlushStore
+8 GetSafeArrayFromParameterStruct
+1 GetSafeArrayFromParameterStruct: ulCount == 0
+16 GetSafeArrayFromParameterStruct hr = 0x80004005
+1 CStaticAuthCacheClient::FlushStore: GetSafeArrayFromParameterStruct failed hr = 80004005
+16 CStaticAuthCacheClient::FlushStore hr = 0x80004005)");
+    const CFault fault("ovSafeArrayDestroy");
+    EXPECT_EQ(k.FlushStore(static_cast<AuthParameter*>(parameters->pvData), 1), DISP_E_ARRAYISLOCKED);
+}
+
+TEST(AuthClientTest, Stores_AreListedDescribedAndTakeEachIdentifierOnce)
+{
+    for (const auto& [pszId, hr] : {std::pair("b", S_OK), {"a", S_OK}, {"a", E_FAIL}, {DefaultAuthStoreId, E_FAIL}, {"", E_INVALIDARG}}) {
+        EXPECT_EQ(k.RegisterAuthStore(CText(pszId), static_cast<AuthType>(2), 0, 5), hr);
+    }
+    EXPECT_EQ(Listed([](SAFEARRAY** ppsa) { return k.ListAuthStoreIds(ppsa); }), (Strings{"a", "b", DefaultAuthStoreId}));
+    AuthType enType{};
+    int nEncrypt = 7, nIgnore = 7;
+    EXPECT_EQ(k.GetAuthStoreInfo(CText("c"), nullptr, nullptr, nullptr) | k.ListAuthStoreIds(nullptr), E_FAIL);
+    EXPECT_EQ(k.GetAuthStoreInfo(CText("a"), &enType, &nEncrypt, &nIgnore), S_OK);
+    EXPECT_EQ(enType * 100 + nEncrypt * 10 + nIgnore, 205);
+}

@@ -1,0 +1,106 @@
+// SharedStore - PIN and card data cache
+// SPDX-License-Identifier: Apache-2.0
+
+// When PINs expire, and what happens when they do so in the midst of something else.
+
+#include "Auth.h"
+#include "framework/TimerSupport.h"
+#include "support/Child.h"
+
+#include <future>
+#include <semaphore>
+
+/// Present under the thread sanitizer, which cannot follow a forked child that starts a thread.
+extern "C" __attribute__((weak)) void __tsan_init();
+
+struct TimerTest : testing::Test
+{
+    CSessions sessions;
+    CCaller caller;
+};
+
+TEST_F(TimerTest, Timeout_GivesSecondsOrNoTimer)
+{
+    for (const auto& [uMinutes, lSeconds] :
+         {std::pair(1U, 60L), {15, 900}, {0, 5}, {0x2EEEEEEF, 4}, {0xFFFFFFFF, 0xFFFFFFC4}, {0x80000000, -1}}) {
+        const SPolicy policy("Timeout", uMinutes);
+        EXPECT_EQ(caller.Play("flush, set 1, change 1"), "ok, ok, ok");
+        std::vector<SPINInfo> pins;
+        EXPECT_EQ(caller->ListPINs(pins), S_OK);
+        EXPECT_EQ(pins.at(0).lSecondsLeft, lSeconds);
+    }
+}
+
+TEST_F(TimerTest, Record_ExpiresWhenItWasNotUsedForThatLong)
+{
+    for (const long nSeconds : {5L, 900L}) {
+        const auto policy = nSeconds == 5 ? std::make_unique<SPolicy>("Timeout", 0U) : nullptr;
+        EXPECT_EQ(caller.Play("set 1 %A, set 2 %A, set 1 %B, set 1 %C, set 1 %D, set 1 %E"), "ok, ok, ok, ok, ok, ok");
+        AdvanceClock(nSeconds - 1);
+        EXPECT_EQ(caller.Play("get %A, query %B, change 1 %C, set 2 %D"), "1 2, 1, ok, ok");
+        AdvanceClock(nSeconds - 1);
+        EXPECT_TRUE(caller.ComesTo("1/C/A 1/C/B 1/C/C 1/C/D"));
+        EXPECT_EQ(caller.Play("move 12, list"), "ok, 2/C/A 2/C/B 2/C/C 2/C/D"); // the timers of the old paths find nothing
+        const auto expire = [&] { return AdvanceClock(nSeconds), caller.ComesTo("empty") ? 0 : 1; };
+        EXPECT_EQ(__tsan_init == nullptr ? RunInChild(expire) : 0, 0); // each process has timers of its own
+        EXPECT_EQ(expire(), 0);
+    }
+}
+
+TEST_F(TimerTest, Operation_WhileACallbackIsLate_IsNotUndoneByIt)
+{
+    const SPolicy atOnce("Timeout", 0x40000000);
+    // Where the record is when another callback begins; there is none when the first one finds it unused or gone.
+    const std::map<std::string, const char*> rows = {
+        // clang-format off
+        {"list", ""}, {"get", "1/C/P"}, {"query", "1/C/P"}, {"change 1", "1/C/P"}, {"set 2", "1/C/P"}, {"records", ""}, {"card C", ""},
+        {"card C, set 2", "1/C/P"}, {"move 12, move 21", "1/C/P"}, {"end", ""}, {"flush", "1/C/P"}, {"remove", "1/C/P"},
+        // clang-format on
+    };
+    for (const auto& [sScript, pszStays] : rows) {
+        SCOPED_TRACE(sScript);
+        std::counting_semaphore<> begun(0), finish(0);
+        const CLineHook late("CInternalAuthStore::RemoveExpiredPINFromPINSessionId", [&] { begun.release(), finish.acquire(); });
+        CCaller own;
+        own.Play("set 1");
+        begun.acquire();
+        auto run = std::async(std::launch::async, [script = sScript, other = own]() mutable {
+            const CSessions here;
+            other.Play(script);
+        });
+        const bool bWaits = sScript == "end" || sScript == "flush" || sScript == "remove"; // for the callback of the timer it deletes
+        EXPECT_TRUE(!bWaits || own.ComesTo(sScript == "end" ? "fail" : "empty"));
+        EXPECT_EQ(run.wait_for(std::chrono::seconds(bWaits ? 0 : 60)), bWaits ? std::future_status::timeout : std::future_status::ready);
+        own.Play(bWaits ? "set 2" : "list");
+        finish.release();
+        if (*pszStays != '\0') {
+            begun.acquire();
+            EXPECT_EQ(own.Play("list"), pszStays);
+        }
+        finish.release(9);
+        EXPECT_TRUE(own.ComesTo(sScript == "end" ? "fail" : "empty"));
+    }
+}
+
+TEST_F(TimerTest, OperationWithAnyCallFailing_LeavesNoRecordThatNeverExpires)
+{
+    int nFaults = 0;
+    for (const char* pszScript : {"set 2", "set 2 %Q Action=Authenticate", "get", "query", "change 1", "remove", "remove AllSession=True",
+                                  "flush", "session 1", "card C", "move 13", "move 12"}) {
+        for (const char* pszFunction :
+             {"operator new", "SysAllocString", "SafeArrayCreateVector", "SafeArrayCopy", "SafeArrayGetElement", "ovSafeArrayDestroy"}) {
+            bool bFired = true;
+            for (int nCall = 1; bFired; ++nCall, ++nFaults) {
+                SCOPED_TRACE(pszScript + std::string(" ") + pszFunction + std::to_string(nCall));
+                EXPECT_EQ(caller.Play("flush, set 1, set 1 @21"), "ok, ok, ok");
+                CFault fault(pszFunction, nCall);
+                CFault::s_pNow = nullptr;
+                const std::string sAnswer = caller.Play(pszScript, &fault);
+                bFired = fault.Fired();
+                EXPECT_TRUE(bFired || sAnswer == "ok" || sAnswer.starts_with("1")) << sAnswer;
+                caller.Play("list");
+            }
+        }
+    }
+    EXPECT_GT(nFaults, 300); // they do arrive
+}

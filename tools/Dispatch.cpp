@@ -22,8 +22,8 @@ namespace
 std::vector<Command> AllCommands()
 {
     std::vector<Command> commands;
-    for (const auto pTable : {StoreCommands, CompartmentCommands, DataCommands, TreeCommands, FlushCommands, KeyFileCommands,
-                              RegistryCommands, ScriptCommands}) {
+    for (const auto pTable : {StoreCommands, CompartmentCommands, DataCommands, TreeCommands, FlushCommands, PinCommands, PolicyCommands,
+                              KeyFileCommands, RegistryCommands, ScriptCommands}) {
         const std::span<const Command> table = pTable();
         commands.insert(commands.end(), table.begin(), table.end());
     }

@@ -25,7 +25,7 @@ Exit codes:
   5  something is there already and --force was not given
 
 Words:
-  A memory store lives in its process: use 'run' or 'shell' to give it several commands.
+  A memory store and the PIN cache live in their process: use 'run' or 'shell' to give it several commands.
   A registry store lives in the registry, below HKLM\Software\Orvane\SharedStore\RemanentDataStore; its versions are
   those of the process. 'registry list' shows what lies there.
   Registry paths are written HKEY_LOCAL_MACHINE\Software\... or HKLM\Software\...; quote the backslashes.
@@ -58,7 +58,7 @@ std::string Overview(const std::vector<Command>& commands)
     }
     rows.push_back({"  help [COMMAND]", "the same as [COMMAND] --help"});
     rows.push_back({"  --version", "print the version"});
-    return "sharedstore looks into SharedStore's data stores and its registry, and drives them.\n\n"
+    return "sharedstore looks into SharedStore's data stores, its PIN cache and its registry, and drives them.\n\n"
            "Usage: sharedstore COMMAND [ARGUMENTS]; 'sharedstore COMMAND --help' explains one.\n\nCommands:\n" +
            Columns(rows) + Conventions;
 }

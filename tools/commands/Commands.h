@@ -16,6 +16,8 @@ std::span<const Command> CompartmentCommands();
 std::span<const Command> DataCommands();
 std::span<const Command> TreeCommands();
 std::span<const Command> FlushCommands();
+std::span<const Command> PinCommands();
+std::span<const Command> PolicyCommands();
 std::span<const Command> RegistryCommands();
 std::span<const Command> KeyFileCommands();
 std::span<const Command> ScriptCommands();

@@ -39,3 +39,4 @@ build/demo/examples/card-directory Cards /usr/share/ca-certificates/mozilla
 echo
 scripts/demo/encrypted-store.sh build/demo/prefix
 echo
+scripts/demo/token.sh build/demo/prefix build/demo/examples

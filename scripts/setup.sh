@@ -3,7 +3,7 @@
 set -euo pipefail
 
 build=(g++ cmake ninja-build pkg-config libssl-dev liblmdb-dev libspdlog-dev libcli11-dev nlohmann-json3-dev)
-demo=(ca-certificates openssl)
+demo=(ca-certificates openssl libp11-kit-dev softhsm2)
 test=(libgtest-dev)
 clang=(clang libclang-rt-14-dev)
 lint=(clang-format clang-tidy)

@@ -132,3 +132,10 @@ private:
     std::shared_ptr<CInternalAuthStore> m_pStore{new CInternalAuthStore, [](auto* p) { delete (p->End(), p); }};
     std::string m_sLastId; ///< the PIN session identifier that the last set gave
 };
+
+/// A test with a caller and sessions of ten processes each.
+struct SAuthTest : testing::Test
+{
+    CSessions sessions;
+    CCaller caller;
+};

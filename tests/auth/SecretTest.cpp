@@ -45,15 +45,13 @@ TEST(SecretTest, CachedPIN_IsClearOnlyWhereACallerHoldsIt)
     const CText a("a");
     for (const char cEnd : {'r', 'f', 'e'}) {
         const auto pPolicy = cEnd == 'e' ? std::make_unique<SPolicy>("Timeout", 0U) : nullptr;
-        ArrayPointer pPIN = Bytes({g_pShared, PINSize});
-        EXPECT_EQ(client.SetPIN(a, a, pPIN.get(), nullptr, 0, nullptr), S_OK);
-        pPIN.reset();
+        EXPECT_EQ(client.SetPIN(a, a, Bytes({g_pShared, PINSize}).get(), nullptr, 0, nullptr), S_OK);
         EXPECT_EQ(CountCopies(), 0);
         SAFEARRAY* psa = nullptr;
         EXPECT_EQ(client.GetPIN(a, a, nullptr, 0, &psa, nullptr), S_OK);
-        pPIN.reset(psa);
         EXPECT_EQ(CountCopies(), 1);
-        pPIN.reset();
+        ovSafeArrayDestroy(psa, 0);
+        EXPECT_EQ(CountCopies(), 0);
         cEnd == 'r' ? client.RemovePIN(a, a, nullptr, 0) : cEnd == 'f' ? client.FlushStore(nullptr, 0) : (AdvanceClock(5), sleep(2), S_OK);
         EXPECT_EQ(CountCopies(), 0) << cEnd;
     }

@@ -35,7 +35,7 @@ TEST_F(ToolKeyFileTest, Create_WhereItCannotWrite_FailsAndLeavesNothing)
 {
     Write(Path("file"), "");
     std::filesystem::create_symlink(Path("target"), Path("link"));
-    for (const auto& [sFile, nExitCode] : {std::pair(std::string("/sys/key"), Io), {Path("file/key"), Io}, {Path("link"), Exists}}) {
+    for (const auto& [sFile, nExitCode] : {std::pair(Path("file/key"), Io), {Path("link"), Exists}}) {
         EXPECT_EQ(Run({"keyfile", "create", "--file", sFile}).nExitCode, nExitCode) << sFile;
     }
     EXPECT_FALSE(std::filesystem::exists(Path("target")));

@@ -14,7 +14,7 @@
 
 /// The thread sanitizer does not see how a forked child makes the stores' lock anew, and would take the child
 /// for a thread that the lock is held from. Data races are still reported.
-extern "C" const char* __tsan_default_options()
+extern "C" SHAREDSTORE_API const char* __tsan_default_options()
 {
     return "report_mutex_bugs=0";
 }

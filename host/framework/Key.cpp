@@ -9,8 +9,8 @@
 #include "framework/ParameterMap.h"
 
 #include <algorithm>
-#include <openssl/rand.h>
 #include <string_view>
+#include <sys/random.h>
 
 namespace
 {
@@ -31,8 +31,8 @@ public:
     IKey* Generate(unsigned int uBytes) override
     {
         auto pKey = std::make_unique<CKey>(uBytes, m_sLabel);
-        const CErrorQueueMark mark;
-        Require(RAND_priv_bytes(pKey->GetBytes(), static_cast<int>(uBytes)) == 1, FrameworkError::CryptoFailure);
+        // OpenSSL's generator takes locks that a forked child can find held by a thread that it has not got.
+        Require(getrandom(pKey->GetBytes(), uBytes, 0) == static_cast<ssize_t>(uBytes), FrameworkError::CryptoFailure);
         return pKey.release();
     }
 
@@ -43,7 +43,11 @@ private:
 } // namespace
 
 CKey::CKey(std::size_t uBytes, std::string sLabel) : m_uSize(CheckKeySize(uBytes)), m_sLabel(std::move(sLabel)), m_pBytes(AllocateKeySlot())
-{}
+{
+    // The first fetch takes such locks too. The first key is made when the libraries are loaded.
+    const CErrorQueueMark mark;
+    FindAesCbc(m_uSize);
+}
 
 namespace OV::Framework
 {

@@ -36,7 +36,7 @@ HRESULT Convert(const COperation& op, BSTR bstrId, SecureString& sId)
 HRESULT MakePINSessionId(const COperation& op, CBstr& PINSessionId)
 {
     char uuid[UUIDLength + 1] = {};
-    if (const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pFile(std::fopen(RandomUUIDFile, "r"), &std::fclose); pFile != nullptr) {
+    if (const std::unique_ptr<std::FILE, int (*)(std::FILE*)> pFile(std::fopen(RandomUUIDFile, "re"), &std::fclose); pFile != nullptr) {
         uuid[std::fread(uuid, 1, UUIDLength, pFile.get())] = '\0';
     }
     RETURN_IF_FAILED(op.Check(wstring2BSTR(uuid, PINSessionId.Out()), "wstring2BSTR failed"));

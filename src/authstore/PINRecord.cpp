@@ -27,18 +27,14 @@ constexpr const char* NoBypassText = "False";
 
 HRESULT CPINRecord::List(const COperation& op, CAbstractTree& tree, const SecureString& sParent, std::vector<SecureString>& paths)
 {
-    int bCached = 0;
-    unsigned long ulCompartmentVersion = 0;
-    unsigned long ulContentVersion = 0;
-    if (sParent != RootCompartment) {
-        RETURN_IF_FAILED(op.Check(tree.IsCompartmentCached(sParent, &ulCompartmentVersion, &ulContentVersion, &bCached, 0),
-                                  "IsCompartmentCached failed"));
-        if (bCached == 0) {
-            return S_OK;
-        }
-    }
     CSafeArray children;
-    RETURN_IF_FAILED(op.Check(tree.ListCompartmentIds(sParent, &children.Out(), 0), "ListCompartmentIds failed"));
+    if (const HRESULT hr = tree.ListCompartmentIds(sParent, &children.Out(), 0); FAILED(hr)) {
+        int bCached = 0;
+        unsigned long ulVersion = 0;
+        // Asked only now: a registry tells a compartment that can't be opened from none only by its list.
+        RETURN_IF_FAILED(op.Check(tree.IsCompartmentCached(sParent, &ulVersion, &ulVersion, &bCached, 0), "IsCompartmentCached failed"));
+        return hr == E_FAIL && bCached == 0 ? S_OK : op.Fail(hr, "ListCompartmentIds failed");
+    }
     for (int i = 0; i < CountIds(children.Get()); ++i) {
         CBstr child;
         RETURN_IF_FAILED(op.Check(SafeArrayGetElement(children.Get(), &i, &child.Out()), "SafeArrayGetElement failed"));
@@ -73,7 +69,9 @@ HRESULT CPINRecord::ReadText(const char* pszItem, CBstr& text) const
         return m_op.Fail(E_FAIL, "SafeArrayGetlement failed");
     }
     int nIndex = 0;
-    RETURN_IF_FAILED(m_op.Check(SafeArrayGetElement(value.Get(), &nIndex, &text.Out()), "SafeArrayGetlement failed"));
+    const bool bEmpty = CountIds(value.Get()) == 0; // how an empty text comes back from the registry
+    RETURN_IF_FAILED(bEmpty ? MakeId(m_op, "", text)
+                            : m_op.Check(SafeArrayGetElement(value.Get(), &nIndex, &text.Out()), "SafeArrayGetlement failed"));
     return m_op.Check(value.Destroy(), "ovSafeArrayDestroy failed");
 }
 

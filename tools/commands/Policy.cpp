@@ -43,7 +43,7 @@ std::string MinutesMeaning(unsigned int uMinutes)
     return "an unused PIN expires after " + (uMinutes == 0 ? "5 seconds" : std::to_string(uMinutes) + " minutes");
 }
 
-const Policy Policies[] = {
+constexpr Policy Policies[] = {
     {"AllowPerProcess", PolicyKey, "0 or 1", 0, 1,
      [](unsigned int u) -> std::string {
          return u == 1 ? "each process has its own PINs" : "the processes of a login session share PINs";

@@ -150,7 +150,8 @@ public:
                                            SAFEARRAY* pAdditionalParameters, int nState);
 
     /// Lists all records in the order of the tree, for whoever looks after the store. No record counts as used.
-    /// @return S_OK; E_FAIL when the store has not begun; E_OUTOFMEMORY
+    /// @return S_OK; E_FAIL when the store has not begun; E_INVALIDARG when a path has more than 1000 components;
+    ///         E_OUTOFMEMORY
     HRESULT ListPINs(std::vector<SPINInfo>& pins);
 
     /// Removes the caller's record. With "AllProcess" = "True", and PINs cached per process, that of every
@@ -183,7 +184,8 @@ public:
     HRESULT RemoveCompartment(unsigned long dwClientProcessId, BSTR bstrCompartmentId, SAFEARRAY* pAdditionalParameters);
 
     /// Moves all records of a session to another one, where each gets a timer of its own.
-    /// @return as FlushStoreFromSessionId
+    /// @return as FlushStoreFromSessionId; E_INVALIDARG, and nothing was moved, also when a path has more than 1000
+    ///         components
     HRESULT MoveStore(unsigned long dwFromSessionId, unsigned long dwToSessionId);
 
 private:

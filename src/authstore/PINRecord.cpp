@@ -6,6 +6,8 @@
 #include "tree/AbstractTree.h"
 #include "util/IdList.h"
 
+#include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 using OV::Framework::SecureString;
@@ -18,6 +20,9 @@ constexpr const char* AlwaysStateItem = "PINAlwaysState";
 constexpr const char* BypassItem = "PINBypassPINAlwaysState";
 constexpr const char* PINSessionIdItem = "PINSessionId";
 
+/// Deeper paths would exhaust the stack of whoever walks along them.
+constexpr std::ptrdiff_t MaxComponents = 1000;
+
 constexpr const char* AvailableText = "available";
 constexpr const char* UnavailableText = "unavailable";
 constexpr const char* BypassText = "True";
@@ -27,6 +32,9 @@ constexpr const char* NoBypassText = "False";
 
 HRESULT CPINRecord::List(const COperation& op, CAbstractTree& tree, const SecureString& sParent, std::vector<SecureString>& paths)
 {
+    if (std::count(sParent.begin(), sParent.end(), PathSeparator) >= MaxComponents) {
+        return op.Fail(E_INVALIDARG, "too many components");
+    }
     CSafeArray children;
     if (const HRESULT hr = tree.ListCompartmentIds(sParent, &children.Out(), 0); FAILED(hr)) {
         int bCached = 0;

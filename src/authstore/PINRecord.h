@@ -22,7 +22,8 @@ public:
     CPINRecord(const COperation& op, CAbstractTree& tree, const SecureString& sPath) : m_op(op), m_Tree(tree), m_sPath(sPath) {}
 
     /// Appends the paths of all records below a compartment, or below "/".
-    /// @return S_OK, also when there is no such compartment; the code of the first one that can't be read
+    /// @return S_OK, also when there is no such compartment; E_INVALIDARG when a path has more than 1000 components;
+    ///         the code of the first one that can't be read
     static HRESULT List(const COperation& op, CAbstractTree& tree, const SecureString& sParent, std::vector<SecureString>& paths);
 
     /// Tells whether the path is that of a record.

@@ -129,3 +129,14 @@ TEST_F(RecordTest, NullOrWrongArguments_FailOrAskForNothing)
               "fail, fail, fail, fail, fail, fail, fail, fail, fail, fail, ok");
     EXPECT_EQ(CInternalAuthStore().Begin(CText("Keyless"), OV::AuthStore::AuthTypeRegistry, 1, 1), E_FAIL);
 }
+
+TEST_F(RecordTest, PathTooDeepToWalk_IsServedButNeitherMovedNorListed)
+{
+    std::string sDeep = "C";
+    for (int i = 0; i < 1000; ++i) {
+        sDeep += "/d";
+    }
+    EXPECT_EQ(caller->SetPIN(11, CText(sDeep), CText("P"), Bytes("1").get(), nullptr, nullptr), S_OK);
+    EXPECT_EQ(caller.Play("move 12, list"), "none, none");
+    EXPECT_EQ(caller->RemovePIN(11, CText(sDeep), CText("P"), nullptr), S_OK);
+}

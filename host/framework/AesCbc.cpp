@@ -48,7 +48,7 @@ public:
 
     ~CFetchedCiphers()
     {
-        const bool bAlive = OPENSSL_init_crypto(0, nullptr) == 1;
+        const bool bAlive = IsOpenSslAlive();
         for (EVP_CIPHER*& pCipher : s_Fetched) {
             EVP_CIPHER* pFetched = std::exchange(pCipher, nullptr);
             if (bAlive) {
@@ -59,6 +59,11 @@ public:
 };
 
 } // namespace
+
+bool IsOpenSslAlive()
+{
+    return OPENSSL_init_crypto(0, nullptr) == 1;
+}
 
 bool IsAesKeySize(std::size_t uBytes)
 {

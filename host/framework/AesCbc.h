@@ -15,6 +15,9 @@ bool IsAesKeySize(std::size_t uBytes);
 /// free. Null when no provider has it, and when the library is being unloaded.
 const EVP_CIPHER* FindAesCbc(std::size_t uKeyBytes);
 
+/// Whether OpenSSL may still be called: not when the process has cleaned it up.
+bool IsOpenSslAlive();
+
 /// Takes the errors that OpenSSL queues in its lifetime off the thread's queue again, and leaves
 /// those of the application there.
 class CErrorQueueMark

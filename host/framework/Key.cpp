@@ -9,6 +9,7 @@
 #include "framework/ParameterMap.h"
 
 #include <algorithm>
+#include <atomic>
 #include <string_view>
 #include <sys/random.h>
 
@@ -16,6 +17,8 @@ namespace
 {
 
 using OV::Framework::IKey;
+
+std::atomic<std::uint64_t> s_uKeys = 0;
 
 std::size_t CheckKeySize(std::size_t uBytes)
 {
@@ -42,7 +45,8 @@ private:
 
 } // namespace
 
-CKey::CKey(std::size_t uBytes, std::string sLabel) : m_uSize(CheckKeySize(uBytes)), m_sLabel(std::move(sLabel)), m_pBytes(AllocateKeySlot())
+CKey::CKey(std::size_t uBytes, std::string sLabel)
+    : m_uNumber(++s_uKeys), m_uSize(CheckKeySize(uBytes)), m_sLabel(std::move(sLabel)), m_pBytes(AllocateKeySlot())
 {
     // The first fetch takes such locks too. The first key is made when the libraries are loaded.
     const CErrorQueueMark mark;

@@ -9,8 +9,10 @@
 #include "util/ArrayBytes.h"
 #include "util/Operation.h"
 
+#include <atomic>
 #include <iterator>
 #include <limits>
+#include <utility>
 
 using namespace OV::Framework;
 
@@ -53,7 +55,43 @@ HRESULT MakeIV(const COperation& op, SecureBytes& iv)
     return S_OK;
 }
 
+std::unique_ptr<Cipher> MakeCipher(const SecureBytes& iv)
+{
+    const auto pAes = MakeAes();
+    const std::unique_ptr<ICryptoParserParameterMap> pParams(ICryptoParserParameterMap::Create());
+    pParams->SetPadding("PKCS7");
+    pParams->SetIV(iv);
+    pParams->SetChainingMode("CBC");
+    return std::unique_ptr<Cipher>(Cipher::Create(pAes.get(), pParams.get()));
+}
+
 } // namespace
+
+/// A key, and for each direction an idle cipher: making one costs more than a short value does.
+///
+/// Whoever processes a value takes the cipher away meanwhile, and makes another when there is none, so that no
+/// lock is needed. A cipher that failed is not put back.
+class CommonCrypto::CReadyKey
+{
+public:
+    explicit CReadyKey(std::unique_ptr<IKey> pKey) : m_pKey(std::move(pKey)) {}
+    ~CReadyKey()
+    {
+        for (std::atomic<Cipher*>& idle : m_Idle) {
+            delete idle.load();
+        }
+    }
+    CReadyKey(const CReadyKey&) = delete;
+    CReadyKey& operator=(const CReadyKey&) = delete;
+
+    IKey* Get() const { return m_pKey.get(); }
+    std::unique_ptr<Cipher> Take(int nDirection) { return std::unique_ptr<Cipher>(m_Idle[nDirection].exchange(nullptr)); }
+    void PutBack(int nDirection, std::unique_ptr<Cipher> pCipher) { pCipher.reset(m_Idle[nDirection].exchange(pCipher.release())); }
+
+private:
+    const std::unique_ptr<IKey> m_pKey;
+    std::atomic<Cipher*> m_Idle[2] = {}; ///< by direction; owned
+};
 
 const unsigned char CommonCrypto::m_const_EntropyData[16] = {0x9f, 0x79, 0x23, 0x5e, 0x13, 0x8d, 0xbb, 0x5f,
                                                              0xa2, 0x77, 0x77, 0x46, 0xef, 0x8a, 0x12, 0xfd};
@@ -88,7 +126,8 @@ HRESULT CommonCrypto::CreateNewVolatileKey(const SecureString& keyLabel)
             pParams->SetKeyType("TypeVolatile");
             pParams->SetKeyLabel(keyLabel.c_str());
             const std::unique_ptr<KeyGenerator> pGenerator(KeyGenerator::Create(pAes.get(), pParams.get()));
-            m_pVolatileKey.reset(pGenerator->Generate(KeyBytes));
+            std::unique_ptr<IKey> pKey(pGenerator->Generate(KeyBytes));
+            m_pVolatileKey = std::make_unique<CReadyKey>(std::move(pKey));
         });
     });
 }
@@ -98,8 +137,10 @@ HRESULT CommonCrypto::CreateNewPersistentKey(const SecureString&)
     return RunOperation("CommonCrypto::CreateNewPersistentKey", [&](const COperation& op) -> HRESULT {
         SecureBytes key;
         RETURN_IF_FAILED(op.Check(GetKeyFromFile(key), "GetKeyFromFile failed"));
-        return RunFramework(op, ": Impossible to generate new key",
-                            [&] { m_pPersistentKey.reset(IKey::Create(MakeAes().get(), "RAW", key)); });
+        return RunFramework(op, ": Impossible to generate new key", [&] {
+            std::unique_ptr<IKey> pKey(IKey::Create(MakeAes().get(), "RAW", key));
+            m_pPersistentKey = std::make_unique<CReadyKey>(std::move(pKey));
+        });
     });
 }
 
@@ -125,17 +166,21 @@ HRESULT CommonCrypto::CheckKeys(const COperation& op) const
 
 HRESULT CommonCrypto::Process(const COperation& op, int nDirection, bool bPersistent, const SecureBytes& in, SecureBytes& out) const
 {
+    CReadyKey* const pReady = (bPersistent ? m_pPersistentKey : m_pVolatileKey).get();
+    std::unique_ptr<Cipher> pCipher = pReady != nullptr ? pReady->Take(nDirection) : nullptr;
     SecureBytes iv;
-    RETURN_IF_FAILED(MakeIV(op, iv));
+    if (pCipher == nullptr) {
+        RETURN_IF_FAILED(MakeIV(op, iv));
+    }
     return RunFramework(op, ": Impossible to retrieve Certificate", [&] {
-        const auto pAes = MakeAes();
-        const std::unique_ptr<ICryptoParserParameterMap> pParams(ICryptoParserParameterMap::Create());
-        pParams->SetPadding("PKCS7");
-        pParams->SetIV(iv);
-        pParams->SetChainingMode("CBC");
-        const std::unique_ptr<Cipher> pCipher(Cipher::Create(pAes.get(), pParams.get()));
-        pCipher->Initialize(nDirection, (bPersistent ? m_pPersistentKey : m_pVolatileKey).get());
+        if (pCipher == nullptr) {
+            pCipher = MakeCipher(iv);
+        }
+        pCipher->Initialize(nDirection, pReady != nullptr ? pReady->Get() : nullptr);
         pCipher->Process(in, out);
+        if (pReady != nullptr) {
+            pReady->PutBack(nDirection, std::move(pCipher));
+        }
     });
 }
 

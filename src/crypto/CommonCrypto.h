@@ -11,29 +11,24 @@
 
 class COperation;
 
-namespace OV::Framework
-{
-class IKey;
-}
-
 /// Protects the values of one encrypted store: AES-128 in CBC mode with PKCS#7 padding.
 ///
 /// A store in memory has a volatile key, made anew whenever the store begins. A store in the registry
 /// has the persistent key, which every process makes of the same key file. Encrypted together with a
 /// value is its element type, so that decryption gives back an array of that type.
 ///
-/// It hides values from whoever reads the registry's files, a core dump or a swapped page without the
-/// key. It does not protect them from change: nothing authenticates a value, and all values of a store
-/// share one initialisation vector, so that equal ones look equal. Decryption takes any bytes
-/// without harm and answers with an array or a code.
+/// It hides values from whoever reads the registry's files, or memory without the key; an idle cipher for each
+/// direction keeps an expanded copy of the key as long as the store lives. It does not protect them from change: nothing authenticates a
+/// value, and all values of a store share one initialisation vector, so that equal ones look equal. Decryption takes any bytes without harm
+/// and answers with an array or a code.
 ///
 /// Owner: the engine of the store, which calls initialize once, before anything else.
 /// Thread safety: any thread may encrypt and decrypt once initialize has returned.
 class SHAREDSTORE_API CommonCrypto
 {
 public:
-    using SecureString = OV::Framework::SecureString;
-    using SecureBytes = OV::Framework::SecureBytes;
+    using SecureString = OV::Framework::SecureString; ///< an identifier or a path
+    using SecureBytes = OV::Framework::SecureBytes;   ///< key bytes and clear values
 
     /// The initialisation vector is made of these bytes.
     static const unsigned char m_const_EntropyData[16];
@@ -89,10 +84,12 @@ public:
     static HRESULT util_ConvertCryptoError(unsigned int code);
 
 private:
+    class CReadyKey;
+
     HRESULT CheckKeys(const COperation& op) const;
     HRESULT Process(const COperation& op, int nDirection, bool bPersistent, const SecureBytes& in, SecureBytes& out) const;
 
     // Constant after initialize.
-    std::unique_ptr<OV::Framework::IKey> m_pPersistentKey;
-    std::unique_ptr<OV::Framework::IKey> m_pVolatileKey;
+    std::unique_ptr<CReadyKey> m_pPersistentKey;
+    std::unique_ptr<CReadyKey> m_pVolatileKey;
 };

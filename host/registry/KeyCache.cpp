@@ -13,23 +13,23 @@ CKeyCache::SEntry& CKeyCache::EntryOf(const CKeyPath& path)
     return m_aEntries[(Mix(0, path.SubKey()) >> 32) % m_aEntries.size()];
 }
 
-bool CKeyCache::Find(const CTransaction& transaction, const CKeyPath& path, SKey& key)
+std::optional<bool> CKeyCache::Find(const CTransaction& transaction, const CKeyPath& path, SKey& key)
 {
     SEntry& entry = EntryOf(path);
     if (entry.sRoot.empty() || entry.sSubKey != path.SubKey() || entry.sRoot != path.Root()) {
-        return false;
+        return std::nullopt;
     }
     if (const std::uint64_t uNow = transaction.Id(); entry.uTransactionId != uNow) {
-        if (transaction.FindSubKey(entry.key.uParentId, path.LastName()) != entry.key.uId) {
-            return false;
+        if (!entry.key || transaction.FindSubKey(entry.key->uParentId, path.LastName()) != entry.key->uId) {
+            return std::nullopt;
         }
         entry.uTransactionId = uNow;
     }
-    key = entry.key;
-    return true;
+    key = entry.key.value_or(SKey());
+    return entry.key.has_value();
 }
 
-void CKeyCache::Remember(const CTransaction& transaction, const CKeyPath& path, const SKey& key)
+void CKeyCache::Remember(const CTransaction& transaction, const CKeyPath& path, const std::optional<SKey>& key)
 {
     SEntry& entry = EntryOf(path);
     entry.sRoot.clear(); // no half-written entry when memory runs out below

@@ -39,8 +39,9 @@ std::string_view CKeyPath::LastName() const
 long FindKey(const CTransaction& transaction, const CKeyPath& path, SKey& key)
 {
     CKeyCache* pCache = transaction.Cache();
-    if (pCache != nullptr && pCache->Find(transaction, path, key)) {
-        return ERROR_SUCCESS;
+    const std::optional<bool> bKnown = pCache != nullptr ? pCache->Find(transaction, path, key) : std::nullopt;
+    if (bKnown.has_value()) {
+        return *bKnown ? ERROR_SUCCESS : ERROR_FILE_NOT_FOUND;
     }
     SKey found;
     bool bFound = true;
@@ -50,13 +51,13 @@ long FindKey(const CTransaction& transaction, const CKeyPath& path, SKey& key)
         found = {found.uId, uId.value_or(0)};
         return bFound;
     });
+    if (pCache != nullptr) {
+        pCache->Remember(transaction, path, bFound ? std::optional(found) : std::nullopt);
+    }
     if (!bFound) {
         return ERROR_FILE_NOT_FOUND;
     }
     key = found;
-    if (pCache != nullptr) {
-        pCache->Remember(transaction, path, key);
-    }
     return ERROR_SUCCESS;
 }
 

@@ -32,6 +32,12 @@ HRESULT MakeDataName(const COperation& op, const SecureString& sDataId, CBstr& n
     return S_OK;
 }
 
+/// Whether a value can have that name. The registry compares names byte for byte.
+bool IsDataName(const SecureString& sDataId)
+{
+    return !sDataId.empty() && sDataId.size() <= MaxDataName && sDataId.find('\0') == SecureString::npos;
+}
+
 /// Opens a key, and makes it and its missing parents when it does not exist.
 long MakeKey(const char* pszRoot, const CBstr& path, CRegistryKey& key)
 {
@@ -71,20 +77,29 @@ HRESULT WriteItem(const COperation& op, PVHKEY hKey, const SecureString& sDataId
     return lRet == ERROR_SUCCESS ? S_OK : op.Fail(E_FAIL, "RegSetValueEx failed");
 }
 
-HRESULT ReadItem(const COperation& op, const char* pszRoot, const CBstr& path, const char* pszName, SAFEARRAY*& psaValue)
+/// An item as the registry keeps it.
+struct SStoredItem
 {
+    SStoredItem(const char* pszRoot, const CBstr& path, const char* pszName)
+        : bytes([&](unsigned char* pBuffer, unsigned long* pulSize) {
+              return ovRegReadValueEx(pszRoot, path.Get(), pszName, &ulType, pBuffer, pulSize, 0);
+          })
+    {}
+
     unsigned long ulType = REG_NONE;
-    const CRegistryAnswer<unsigned char> bytes([&](unsigned char* pBuffer, unsigned long* pulSize) {
-        return ovRegReadValueEx(pszRoot, path.Get(), pszName, &ulType, pBuffer, pulSize, 0);
-    });
-    if (bytes.State() == bytes.MemoryFailed) {
+    const CRegistryAnswer<unsigned char> bytes;
+};
+
+HRESULT Decode(const COperation& op, const SStoredItem& item, SAFEARRAY*& psaValue)
+{
+    if (item.bytes.State() == item.bytes.MemoryFailed) {
         return op.Fail(E_FAIL, "pBuffer allocation failed");
     }
-    if (bytes.State() != bytes.Complete) {
+    if (item.bytes.State() != item.bytes.Complete) {
         return op.Fail(E_INVALIDARG, "ovRegReadValueEx failed");
     }
     CSafeArray array;
-    RETURN_IF_FAILED(DecodeRegistryValue(op, ulType, bytes.Entries(), array));
+    RETURN_IF_FAILED(DecodeRegistryValue(op, item.ulType, item.bytes.Entries(), array));
     psaValue = array.Release();
     return S_OK;
 }
@@ -107,10 +122,12 @@ HRESULT CRegistryTree::UpdateRegistryKey(unsigned long)
 HRESULT CRegistryTree::ConvertString2RegistryFormat(const SecureString& sCompartmentId, SecureString& sKey) const
 {
     return Guarded("CRegistryTree::ConvertString2RegistryFormat", [&](const COperation&) -> HRESULT {
-        sKey = m_sBaseKey + m_sTreeId;
+        sKey.clear();
+        sKey.reserve(m_sBaseKey.size() + m_sTreeId.size() + 1 + sCompartmentId.size());
+        sKey.append(m_sBaseKey).append(m_sTreeId);
         if (sCompartmentId != RootCompartment) {
             const std::size_t uEnd = sKey.size();
-            sKey += PathSeparator + sCompartmentId;
+            sKey.append(1, KeySeparator).append(sCompartmentId);
             std::replace(sKey.begin() + static_cast<std::ptrdiff_t>(uEnd), sKey.end(), PathSeparator, KeySeparator);
         }
         return S_OK;
@@ -161,6 +178,12 @@ HRESULT CRegistryTree::GetData(const SecureString& sCompartmentId, const SecureS
         op.Detail("sDataId", sDataId.c_str());
         CBstr path;
         RETURN_IF_FAILED(MakeKeyPath(op, sCompartmentId, dwClientProcessId, path, "lpSubKey"));
+        if (IsDataName(sDataId)) {
+            // What is there is read straight away; why something is not shows when the names are looked through.
+            if (const SStoredItem item(m_pszRootKey, path, sDataId.c_str()); item.bytes.State() == item.bytes.Complete) {
+                return Decode(op, item, psaValue);
+            }
+        }
         const auto values = ListRegistryValues(m_pszRootKey, path.Get());
         if (values.State() == values.MemoryFailed) {
             return op.Fail(E_FAIL, "pRegValues allocation failed");
@@ -171,7 +194,7 @@ HRESULT CRegistryTree::GetData(const SecureString& sCompartmentId, const SecureS
         }
         for (const ovRegValue& value : values.Entries()) {
             if (sDataId == value.szName) {
-                return ReadItem(op, m_pszRootKey, path, value.szName, psaValue);
+                return Decode(op, SStoredItem(m_pszRootKey, path, value.szName), psaValue);
             }
             op.Detail("datas are different");
         }

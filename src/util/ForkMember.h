@@ -14,7 +14,7 @@
 class SHAREDSTORE_API CForkMember
 {
 public:
-    using Function = void (*)(void* pOwner);
+    using Function = void (*)(void* pOwner); ///< takes or gives back the owner's locks
 
     CForkMember() = default;
     ~CForkMember();
@@ -24,8 +24,8 @@ public:
     /// From now on forks hold the owner. Joining a second time changes nothing.
     void Join(void* pOwner, Function hold, Function release);
 
-    static void HoldAll();
-    static void ReleaseAll();
+    static void HoldAll();    ///< before a fork
+    static void ReleaseAll(); ///< after it, in both processes
 
 private:
     void* m_pOwner = nullptr; ///< null until it has joined

@@ -33,6 +33,7 @@ private:
 class SHAREDSTORE_SCOPED_CAPABILITY CMutexLock
 {
 public:
+    /// Waits for the mutex.
     explicit CMutexLock(CMutex& mutex) SHAREDSTORE_ACQUIRE(mutex) : m_Mutex(mutex) { m_Mutex.Lock(); }
     ~CMutexLock() SHAREDSTORE_RELEASE() { m_Mutex.Unlock(); }
     CMutexLock(const CMutexLock&) = delete;

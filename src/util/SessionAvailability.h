@@ -34,8 +34,9 @@ public:
     /// Forgets all sessions.
     void Clear();
 
-    /// Takes the lock for a fork, and gives it back in the parent and in the child.
+    /// Takes the lock for a fork.
     void HoldForFork() SHAREDSTORE_ACQUIRE(m_Mutex) { m_Mutex.Lock(); }
+    /// Gives it back, in the parent and in the child.
     void ReleaseAfterFork() SHAREDSTORE_RELEASE(m_Mutex) { m_Mutex.Unlock(); }
 
 private:

@@ -24,6 +24,7 @@ private:
 class SHAREDSTORE_SCOPED_CAPABILITY CReadLock
 {
 public:
+    /// Waits for the mutex.
     explicit CReadLock(CSharedMutex& mutex) SHAREDSTORE_ACQUIRE_SHARED(mutex) : m_Mutex(mutex) { m_Mutex.LockShared(); }
     ~CReadLock() SHAREDSTORE_RELEASE() { m_Mutex.UnlockShared(); }
     CReadLock(const CReadLock&) = delete;
@@ -37,6 +38,7 @@ private:
 class SHAREDSTORE_SCOPED_CAPABILITY CWriteLock
 {
 public:
+    /// Waits for the mutex.
     explicit CWriteLock(CSharedMutex& mutex) SHAREDSTORE_ACQUIRE(mutex) : m_Mutex(mutex) { m_Mutex.Lock(); }
     ~CWriteLock() SHAREDSTORE_RELEASE() { m_Mutex.Unlock(); }
     CWriteLock(const CWriteLock&) = delete;

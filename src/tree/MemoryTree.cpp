@@ -40,17 +40,17 @@ HRESULT CMemoryTree::GetTreeId(SecureString& sTreeId)
 CNode* CMemoryTree::FindNode(const SecureString& sCompartmentId) const
 {
     const auto it = m_cFullPathNodeList.find(sCompartmentId);
-    return it == m_cFullPathNodeList.end() ? nullptr : it->second.get();
+    return it == m_cFullPathNodeList.end() ? nullptr : &it->second;
 }
 
 /// Makes a compartment whose parent exists, or takes back its forgotten node.
 CNode* CMemoryTree::AddNode(const SecureString& sPath)
 {
     if (auto forgotten = m_cForgottenNodes.extract(sPath); !forgotten.empty()) {
-        return m_cFullPathNodeList.insert(std::move(forgotten)).position->second.get();
+        return &m_cFullPathNodeList.insert(std::move(forgotten)).position->second;
     }
-    auto node = std::make_unique<CNode>(sPath.substr(sPath.rfind(PathSeparator) + 1)); // the whole path when there is no separator
-    return m_cFullPathNodeList.emplace(sPath, std::move(node)).first->second.get();
+    // The whole path is the name when there is no separator.
+    return &m_cFullPathNodeList.try_emplace(sPath, sPath.substr(sPath.rfind(PathSeparator) + 1)).first->second;
 }
 
 /// Makes what is missing of a path, ancestors first, so that a failure leaves no compartment without
@@ -121,7 +121,7 @@ HRESULT CMemoryTree::CreateCompartment(const SecureString& sCompartmentId, unsig
 void CMemoryTree::Forget(NodeMap::iterator first, NodeMap::iterator last)
 {
     while (first != last) {
-        first->second->Empty();
+        first->second.Empty();
         m_cForgottenNodes.insert(m_cFullPathNodeList.extract(first++));
     }
 }
@@ -278,9 +278,9 @@ HRESULT CMemoryTree::ListAllCompartmentIds(SAFEARRAY** ppsAllCompartmentIdList)
 HRESULT CMemoryTree::ListNodes(std::vector<SecureString>& paths, std::vector<CNode*>& nodes) const
 {
     return RunOperation("CMemoryTree::ListNodes", [&](const COperation&) -> HRESULT {
-        for (const auto& entry : m_cFullPathNodeList) {
+        for (auto& entry : m_cFullPathNodeList) {
             paths.push_back(entry.first);
-            nodes.push_back(entry.second.get());
+            nodes.push_back(&entry.second);
         }
         return S_OK;
     });

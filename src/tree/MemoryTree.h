@@ -7,7 +7,7 @@
 #include "tree/Node.h"
 
 #include <map>
-#include <memory>
+#include <vector>
 
 /// A tree in the memory of the process.
 ///
@@ -59,7 +59,7 @@ public:
     HRESULT ListNodes(std::vector<SecureString>& paths, std::vector<CNode*>& nodes) const;
 
 private:
-    using NodeMap = std::map<SecureString, std::unique_ptr<CNode>>;
+    using NodeMap = std::map<SecureString, CNode>;
 
     CNode* FindNode(const SecureString& sCompartmentId) const;
     CNode* AddNode(const SecureString& sPath);
@@ -68,7 +68,7 @@ private:
     std::vector<SecureString> ChildNames(const SecureString& sParent) const;
     void Forget(NodeMap::iterator first, NodeMap::iterator last);
 
-    NodeMap m_cFullPathNodeList; ///< by full path
-    NodeMap m_cForgottenNodes;   ///< empty nodes of removed compartments, by full path
+    mutable NodeMap m_cFullPathNodeList; ///< by full path; constant functions hand out nodes, and change none
+    NodeMap m_cForgottenNodes;           ///< empty nodes of removed compartments, by full path
     SecureString m_sTreeId;
 };

@@ -6,11 +6,11 @@
 //
 // A script is a sequence of lines, each a letter and a path: c creates, r removes, anything else lists.
 
+#include "Fuzz.h"
 #include "platform/ComEmulation.h"
 #include "tree/MemoryTree.h"
 
 #include <cstdint>
-#include <cstdlib>
 #include <set>
 #include <string>
 #include <vector>
@@ -20,13 +20,6 @@ namespace
 
 using SecureString = OV::Framework::SecureString;
 using Paths = std::set<std::string>;
-
-void Require(bool bHolds)
-{
-    if (!bHolds) {
-        std::abort();
-    }
-}
 
 void Create(Paths& paths, const std::string& sPath)
 {

@@ -4,13 +4,13 @@
 // What a decrypted value can hold: the input is a cleartext, and the cipher that stands before it is one
 // that copies. Whatever array comes out must come back the same when it is encrypted and decrypted again.
 
+#include "Fuzz.h"
 #include "crypto/CommonCrypto.h"
 #include "platform/Framework.h"
 #include "support/Values.h"
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 
 using namespace OV::Framework;
 
@@ -23,13 +23,6 @@ public:
     void Initialize(int, IKey*) override {}
     void Process(const SecureBytes& in, SecureBytes& out) override { out = in; }
 };
-
-void Require(bool bHolds)
-{
-    if (!bHolds) {
-        std::abort();
-    }
-}
 
 } // namespace
 

@@ -3,27 +3,36 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-usage="usage: scripts/test.sh [--lint] [PRESET...]
+usage="usage: scripts/test.sh [--lint] [--fuzz SECONDS] [PRESET...]
 
 Builds and tests each PRESET (default: release): release, dev, asan, tsan; with -clang behind it for clang++.
-  --lint   also check the format and run clang-tidy"
+  --lint           also check the format and run clang-tidy
+  --fuzz SECONDS   also run each fuzzer that long (scripts/fuzz.sh)"
+
+fail_usage() {
+    printf 'scripts/test.sh: %s\n%s\n' "$1" "$usage" >&2
+    exit 2
+}
 
 presets=()
 lint=false
-for argument in "$@"; do
-    case $argument in
+fuzz=
+while (($#)); do
+    case $1 in
     -h | --help)
         echo "$usage"
         exit 0
         ;;
     --lint) lint=true ;;
-    dev | release | asan | tsan | dev-clang | release-clang | asan-clang | tsan-clang) presets+=("$argument") ;;
-    *)
-        echo "scripts/test.sh: there is no preset '$argument'" >&2
-        echo "$usage" >&2
-        exit 2
+    --fuzz)
+        fuzz=${2:-}
+        [[ $fuzz =~ ^[1-9][0-9]{0,6}$ ]] || fail_usage "--fuzz needs a number of seconds from 1"
+        shift
         ;;
+    dev | release | asan | tsan | dev-clang | release-clang | asan-clang | tsan-clang) presets+=("$1") ;;
+    *) fail_usage "there is no preset '$1'" ;;
     esac
+    shift
 done
 ((${#presets[@]})) || presets=(release)
 
@@ -45,4 +54,8 @@ done
 if $lint; then
     echo "== lint"
     scripts/lint.sh
+fi
+if [[ -n $fuzz ]]; then
+    echo "== fuzz"
+    scripts/fuzz.sh "$fuzz"
 fi

@@ -1,39 +1,11 @@
 // SharedStore - PIN and card data cache
 // SPDX-License-Identifier: Apache-2.0
 
-// The main function of every test program. A library under test may read the registry while it is
-// loaded, so the program restarts itself once with a registry folder of its own, and removes that
-// folder when it ends.
+// The main function of every test program, which runs in a folder of its own and removes it when it ends.
+
+#include "OwnFolder.h"
 
 #include <gtest/gtest.h>
-
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-#include <string>
-#include <unistd.h>
-
-namespace
-{
-
-constexpr const char* RegistryVariable = "SHAREDSTORE_REGISTRY";
-constexpr const char* FolderVariable = "SHAREDSTORE_TEST_FOLDER";
-
-int RestartInOwnFolder(char** argv)
-{
-    std::string sFolder = (std::filesystem::temp_directory_path() / "sharedstore-test-XXXXXX").string();
-    if (mkdtemp(sFolder.data()) == nullptr) {
-        std::perror("mkdtemp");
-        return EXIT_FAILURE;
-    }
-    setenv(FolderVariable, sFolder.c_str(), 1);
-    setenv(RegistryVariable, (sFolder + "/registry").c_str(), 1);
-    execv("/proc/self/exe", argv);
-    std::perror("execv");
-    return EXIT_FAILURE;
-}
-
-} // namespace
 
 int main(int argc, char** argv)
 {

@@ -4,14 +4,9 @@
 // When PINs expire, and what happens when they do so in the midst of something else.
 
 #include "Auth.h"
-#include "framework/TimerSupport.h"
-#include "support/Child.h"
 
 #include <future>
 #include <semaphore>
-
-/// Present under the thread sanitizer, which cannot follow a forked child that starts a thread.
-extern "C" __attribute__((weak)) void __tsan_init();
 
 using TimerTest = SAuthTest;
 
@@ -42,19 +37,6 @@ TEST_F(TimerTest, Timeout_GivesSecondsOrNoTimer)
         EXPECT_EQ(caller->ListPINs(pins), S_OK);
         EXPECT_TRUE(pins.at(0).lSecondsLeft == lSeconds || (lSeconds > 1 && pins.at(0).lSecondsLeft == lSeconds - 1)); // a second may pass
     }
-}
-
-TEST_F(TimerTest, Record_ExpiresWhenItWasNotUsedForThatLong)
-{
-    EXPECT_EQ(caller.Play("set 1 %A, set 2 %A, set 1 %B, set 1 %C, set 1 %D, set 1 %E"), "ok, ok, ok, ok, ok, ok");
-    AdvanceClock(14 * 60);
-    EXPECT_EQ(caller.Play("get %A, query %B, change 1 %C, set 2 %D"), "1 2, 1, ok, ok");
-    AdvanceClock(14 * 60);
-    EXPECT_TRUE(caller.ComesTo("1/C/A 1/C/B 1/C/C 1/C/D"));
-    EXPECT_EQ(caller.Play("move 12, list"), "ok, 2/C/A 2/C/B 2/C/C 2/C/D"); // the timers of the old paths find nothing
-    const auto expire = [&] { return AdvanceClock(15 * 60), caller.ComesTo("empty") ? 0 : 1; };
-    EXPECT_EQ(__tsan_init == nullptr ? RunInChild(expire) : 0, 0); // each process has timers of its own
-    EXPECT_EQ(expire(), 0);
 }
 
 TEST_F(TimerTest, Operation_WhileACallbackIsLate_IsNotUndoneByIt)
@@ -89,27 +71,4 @@ TEST_F(TimerTest, Operation_WhileACallbackIsLate_IsNotUndoneByIt)
         finish.release(9);
         EXPECT_TRUE(own.ComesTo(sScript == "end" ? "fail" : "empty"));
     }
-}
-
-TEST_F(TimerTest, OperationWithAnyCallFailing_LeavesNoRecordThatNeverExpires)
-{
-    int nFaults = 0;
-    for (const char* pszScript : {"set 2", "set 2 %Q Action=Authenticate", "get", "query", "change 1", "remove", "remove AllSession=True",
-                                  "flush", "session 1", "card C", "move 13", "move 12"}) {
-        for (const char* pszFunction :
-             {"operator new", "SysAllocString", "SafeArrayCreateVector", "SafeArrayCopy", "SafeArrayGetElement", "ovSafeArrayDestroy"}) {
-            bool bFired = true;
-            for (int nCall = 1; bFired; ++nCall, ++nFaults) {
-                SCOPED_TRACE(pszScript + std::string(" ") + pszFunction + std::to_string(nCall));
-                EXPECT_EQ(caller.Play("flush, set 1, set 1 @21"), "ok, ok, ok");
-                CFault fault(pszFunction, nCall);
-                CFault::s_pNow = nullptr;
-                const std::string sAnswer = caller.Play(pszScript, &fault);
-                bFired = fault.Fired();
-                EXPECT_TRUE(bFired || sAnswer == "ok" || sAnswer.starts_with("1")) << sAnswer;
-                caller.Play("list");
-            }
-        }
-    }
-    EXPECT_GT(nFaults, 300); // they do arrive
 }

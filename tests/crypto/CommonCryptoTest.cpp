@@ -126,28 +126,6 @@ TEST_F(CommonCryptoTest, Decrypt_OfChangedOrForeignCiphertext_Fails)
                                  "0x80004005\n1 CommonCrypto::DecryptValue : Impossible to retrieve Certificate");
 }
 
-TEST_F(CommonCryptoTest, Operation_WithoutMemory_TellsSoAndLeavesItsInputUnlocked)
-{
-    const std::pair<Operation, ArrayPointer> runs[] = {{&CommonCrypto::encryptValue, Bytes("a")},
-                                                       {&CommonCrypto::encryptValue, MakeValue(VT_BSTR, {{2, 0}})},
-                                                       {&CommonCrypto::DecryptValue, Encrypt(MakeValue(VT_BSTR, {{2, 0}}))}};
-    int nFaults = 0;
-    for (const char* pszFunction : {"operator new", "SafeArrayCreateVector"}) {
-        for (const auto& [pOperation, pIn] : runs) {
-            for (int nCall = 1; nCall < 50; ++nCall) {
-                CFault fault(pszFunction, nCall);
-                SAFEARRAY* psa = nullptr;
-                const HRESULT hr = (m_crypto.*pOperation)(pIn.get(), psa, true);
-                const ArrayPointer pOut(psa);
-                nFaults += fault.Fired() ? 1 : 0;
-                EXPECT_EQ(hr, fault.Fired() ? E_OUTOFMEMORY : S_OK) << pszFunction << nCall;
-                EXPECT_EQ(pIn->cLocks, 0U);
-            }
-        }
-    }
-    EXPECT_GE(nFaults, 3);
-}
-
 TEST_F(CommonCryptoTest, Key_IsTheStartOfTheKeyFileOrRandom)
 {
     const std::string sEncrypted = BytesOf(Encrypt(Bytes("a")));

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <openssl/err.h>
-#include <set>
 #include <string>
 #include <tuple>
 
@@ -119,23 +118,6 @@ TEST(KeyTest, Create_WithAnythingButAnAesKey_Throws)
         EXPECT_EQ(CodeOf([&] { Own(IKey::Create(pAes.get(), "RAW", SecureBytes(uBytes))); }), InvalidArgument) << uBytes;
     }
     EXPECT_EQ(CodeOf([&] { Own(IKey::Create(pAes.get(), "PKCS8", SecureBytes(16))); }), UnknownName);
-}
-
-TEST(KeyGeneratorTest, Generate_MakesADifferentWorkingKeyEachTime)
-{
-    const auto pParams = Own(ICryptoParserParameterMap::Create());
-    pParams->SetKeyType("TypeVolatile");
-    const auto pGenerator = Own(KeyGenerator::Create(MakeAes().get(), pParams.get()));
-    const auto pCipher = MakeCipher();
-    std::set<SecureBytes> results;
-    for (const unsigned int uBytes : {16U, 16U, 24U, 32U}) {
-        const auto pKey = Own(pGenerator->Generate(uBytes));
-        SecureBytes out;
-        pCipher->Initialize(Encrypt, pKey.get());
-        pCipher->Process(FromHex("0102"), out);
-        EXPECT_TRUE(results.insert(out).second);
-    }
-    EXPECT_EQ(CodeOf([&] { Own(pGenerator->Generate(20)); }), InvalidArgument);
 }
 
 } // namespace

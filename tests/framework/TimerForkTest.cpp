@@ -3,15 +3,13 @@
 
 #include "framework/TimerSupport.h"
 #include "support/Child.h"
+#include "support/Sanitizers.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/timerfd.h>
-
-/// Present under the thread sanitizer, which cannot follow a forked child that starts a thread.
-extern "C" __attribute__((weak)) void __tsan_init();
 
 /// Asked by the leak sanitizer. A forked child has the memory of threads that it has not got.
 extern "C" __attribute__((visibility("default"))) int __lsan_is_turned_off()
@@ -29,7 +27,7 @@ protected:
     void SetUp() override
     {
         __lsan_is_turned_off(); // asked first by the program itself
-        if (__tsan_init != nullptr) {
+        if (UnderThreadSanitizer) {
             GTEST_SKIP();
         }
     }

@@ -5,8 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
-
 namespace
 {
 
@@ -17,15 +15,6 @@ void Sleep(long nSeconds)
     AdvanceClock(nSeconds);
     const Timer pLast = MakeTimer(0, [&] { ++calls; });
     ASSERT_TRUE(Reaches(calls, 1));
-}
-
-TEST(TimerTest, Timer_FiresAfterItsPeriodAndNotBefore)
-{
-    Counter calls;
-    const auto start = std::chrono::steady_clock::now();
-    const Timer pTimer = MakeTimer(1, [&] { ++calls; });
-    EXPECT_TRUE(Reaches(calls, 1));
-    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(999));
 }
 
 TEST(TimerTest, TimeAsleep_CountsForAnyPeriod)
@@ -103,24 +92,6 @@ TEST(TimerTest, Delete_WhileTheCallbackRuns_WaitsForItsEnd)
     pTimer.reset();
     EXPECT_EQ(ended, 1);
     EXPECT_EQ(deleted, 1);
-}
-
-TEST(TimerTest, ManyTimersOnManyThreads_AreAllDeletedOnce)
-{
-    Counter deleted;
-    const auto useTimers = [&] {
-        for (int nRound = 0; nRound < 60; ++nRound) {
-            std::vector<Timer> timers;
-            for (const unsigned int uSeconds : {0U, 1U, 0U, 1U, 0U}) {
-                timers.push_back(MakeTimer(uSeconds, deleted, [] {}));
-                timers.front()->Restart();
-            }
-        }
-    };
-    std::jthread other(useTimers);
-    useTimers();
-    other.join();
-    EXPECT_EQ(deleted, 2 * 60 * 5);
 }
 
 } // namespace

@@ -59,18 +59,17 @@ TEST_F(CKeyTest, Path_WithABadComponent_IsRefusedByEveryFunction)
     }
 }
 
-TEST_F(CKeyTest, ListKeys_InByteOrder_AndTellsTheCountThatIsNeeded)
+TEST_F(CKeyTest, ListKeys_IntoTooFew_TellsTheCountThatIsNeededAndNothingElse)
 {
-    const std::string sLongest(254, 'x');
-    for (const char* pszName : {"b", "B", "ab", "a", "\xC3\xA9", sLongest.c_str()}) {
-        ASSERT_EQ(SetValue(std::string("list\\") + pszName + "\\below", "v", "not listed"), ERROR_SUCCESS);
+    for (const std::string& sName : {std::string("b"), std::string(254, 'x')}) {
+        ASSERT_EQ(SetValue("list\\" + sName + "\\below", "v", "not listed"), ERROR_SUCCESS);
     }
-    EXPECT_EQ(ListKeys("list"), (std::vector<std::string>{"B", "a", "ab", "b", sLongest, "\xC3\xA9"}));
-    ovRegKey aKeys[5] = {};
-    unsigned long ulCount = 5;
+    ovRegKey aKeys[1] = {};
+    unsigned long ulCount = 1;
     EXPECT_EQ(ovRegListKeysEx(Hive, "list", aKeys, &ulCount, 0), ERROR_MORE_DATA);
-    EXPECT_EQ(ulCount, 6U);
+    EXPECT_EQ(ulCount, 2U);
     EXPECT_STREQ(aKeys[0].szName, "");
+    EXPECT_EQ(ListKeys("list"), (std::vector<std::string>{"b", std::string(254, 'x')}));
 }
 
 TEST_F(CKeyTest, EnumKey_WalksByIndex)

@@ -1,12 +1,10 @@
 // SharedStore - PIN and card data cache
 // SPDX-License-Identifier: Apache-2.0
 
-// Where the database lies, and what happens when the disk or the permissions are in the way.
+// Where the database lies, and what happens when permissions are in the way.
 
 #include "registry/RegistrySupport.h"
 
-#include <sched.h>
-#include <sys/mount.h>
 #include <sys/stat.h>
 
 namespace
@@ -90,34 +88,6 @@ TEST(StorageTest, Folder_ThatIsRelativeOrBelowAFile_IsRefused)
             EXPECT_EQ(ReadValue("a\\\\b", "v").first, ERROR_INVALID_PARAMETER) << "found before the database is opened";
         });
     }
-}
-
-TEST(StorageTest, FullDisk_KeepsTheOldValueAndWorksOnWhenThereIsRoom)
-{
-    constexpr int NotPermitted = 77;
-    const path folder = NewFolder("full");
-    std::filesystem::create_directories(folder);
-    const int nResult = RunInChild([&] {
-        if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            mount("tmpfs", folder.c_str(), "tmpfs", 0, "size=2m") != 0) {
-            return NotPermitted;
-        }
-        UseRegistryIn(folder / "registry");
-        const std::string sData(10000, 'x');
-        int nValue = 0;
-        while (nValue < 1000 && SetValue("many", std::to_string(nValue), sData) == ERROR_SUCCESS) {
-            ++nValue;
-        }
-        EXPECT_EQ(SetValue("many", "one more", sData), ERROR_DISK_FULL);
-        EXPECT_EQ(ReadValue("many", std::to_string(nValue - 1)), Found(sData));
-        EXPECT_EQ(mount("tmpfs", folder.c_str(), nullptr, MS_REMOUNT, "size=16m"), 0);
-        EXPECT_EQ(SetValue("many", "one more", sData), ERROR_SUCCESS);
-        return testing::Test::HasFailure() ? 1 : 0;
-    });
-    if (nResult == NotPermitted) {
-        GTEST_SKIP() << "mounting is not permitted";
-    }
-    EXPECT_EQ(nResult, 0);
 }
 
 TEST(StorageTest, UnwritableRegistry_IsReadAndWrittenOnceItMayBe)

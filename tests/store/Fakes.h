@@ -10,6 +10,7 @@
 #include <dlfcn.h>
 #include <functional>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -34,37 +35,72 @@ private:
     T* const m_pBefore;
 };
 
-/// One call of one function fails: with std::bad_alloc ("operator new"), null, E_OUTOFMEMORY,
-/// DISP_E_ARRAYISLOCKED (ovSafeArrayDestroy), EAGAIN (pthread_mutex_init), ERROR_DISK_FULL (pvRegSetValueEx)
-/// or ERROR_ACCESS_DENIED.
+/// Calls of the platform that fail, as Fakes.cpp tells.
 class CFault : public CForThread<CFault>
 {
 public:
+    /// Stands for every function, whose calls are then counted together.
+    static constexpr const char* AnyFunction = "";
+
     /// @param nCall the call that fails, counted from 1
-    CFault(std::string sFunction, int nCall = 1) : m_sFunction(std::move(sFunction)), m_nCallsLeft(nCall) {}
+    /// @param bLaterToo all later calls fail too, but those that destroy arrays: somebody always tries these again
+    CFault(std::string sFunction, int nCall = 1, bool bLaterToo = false)
+        : m_sFunction(std::move(sFunction)), m_nCallsLeft(nCall), m_bLaterToo(bLaterToo)
+    {}
 
     /// Destroys an array whose destruction failed and was not tried again.
     ~CFault() { ovSafeArrayDestroy(m_psaKept, 0); }
 
-    /// Whether this call of the function is the one that fails.
+    /// Runs a call while this fault works, and not otherwise.
+    template <class Call> auto During(Call call)
+    {
+        s_pNow = this;
+        const auto result = call();
+        s_pNow = nullptr;
+        return result;
+    }
+
+    /// Whether this call of the function is one that fails.
     static bool Fails(const char* pszFunction) { return s_pNow != nullptr && s_pNow->Takes(pszFunction); }
-    bool Fired() const { return m_nCallsLeft == 0; }
+
+    /// The function that failed first; empty when none did.
+    const char* Failed() const { return m_pszFailed; }
+    bool Fired() const { return *m_pszFailed != '\0'; }
     void Keep(SAFEARRAY* psa, bool bFailed) { m_psaKept = bFailed ? psa : psa == m_psaKept ? nullptr : m_psaKept; }
 
 private:
-    bool Takes(const char* pszFunction) { return m_nCallsLeft > 0 && m_sFunction == pszFunction && --m_nCallsLeft == 0; }
+    bool Takes(std::string_view sFunction)
+    {
+        const bool bSpared = m_bLaterToo && sFunction == "ovSafeArrayDestroy";
+        if (bSpared || (!m_sFunction.empty() && m_sFunction != sFunction) || --m_nCallsLeft > 0 || (m_nCallsLeft < 0 && !m_bLaterToo)) {
+            return false;
+        }
+        m_pszFailed = Fired() ? m_pszFailed : sFunction.data();
+        return true;
+    }
 
     std::string m_sFunction;
     int m_nCallsLeft;
+    bool m_bLaterToo;
+    const char* m_pszFailed = "";
     SAFEARRAY* m_psaKept = nullptr;
 };
 
+/// The platform's function of a name.
+template <class Result, class... Args> auto Real(const char* pszName, Result (*)(Args...))
+{
+    return reinterpret_cast<Result (*)(Args...)>(dlsym(RTLD_NEXT, pszName));
+}
+
 /// Fails when it is told to, else calls the platform's function of that name.
 template <class Result, class... Args>
-Result Serve(const char* pszName, std::type_identity_t<Result> failure, Result (*)(Args...), std::type_identity_t<Args>... args)
+Result Serve(const char* pszName, std::type_identity_t<Result> failure, Result (*pfn)(Args...), std::type_identity_t<Args>... args)
 {
-    return CFault::Fails(pszName) ? failure : reinterpret_cast<Result (*)(Args...)>(dlsym(RTLD_NEXT, pszName))(args...);
+    return CFault::Fails(pszName) ? failure : Real(pszName, pfn)(args...);
 }
+
+/// Keys of the registry that the program has opened and not closed.
+inline constinit std::atomic<int> g_nOpenKeys = 0;
 
 /// Collects the lines that are logged, each as a newline and "<level> <text>", but for trace lines.
 struct CTranscript : CForThread<CTranscript>

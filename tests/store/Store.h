@@ -79,6 +79,7 @@ struct SState
 struct SArguments
 {
     ArrayPointer pIn = Bytes("new");
+    int nFlag = 0; ///< of RemoveCompartment
     SAFEARRAY* psaOut = nullptr;
     SState State{};
 };
@@ -103,7 +104,7 @@ constexpr SOperation Operations[] = {
     {"GetData",             3, [](auto& client, BSTR s, BSTR c, BSTR i, auto& args) { return client.GetData(s, c, i, &args.psaOut); }},
     {"SetData",             3, [](auto& client, BSTR s, BSTR c, BSTR i, auto& args) { return client.SetData(s, c, i, args.pIn.get()); }},
     {"RemoveData",          3, [](auto& client, BSTR s, BSTR c, BSTR i, auto&) { return client.RemoveData(s, c, i); }},
-    {"RemoveCompartment",   2, [](auto& client, BSTR s, BSTR c, BSTR, auto&) { return client.RemoveCompartment(s, c, 0); }},
+    {"RemoveCompartment",   2, [](auto& client, BSTR s, BSTR c, BSTR, auto& args) { return client.RemoveCompartment(s, c, args.nFlag); }},
     {"FlushStore",          1, [](auto& client, BSTR s, BSTR, BSTR, auto&) { return client.FlushStore(s); }},
     {"GetDataStoreInfo",    1, [](auto& client, BSTR s, BSTR, BSTR, auto&) { return client.GetDataStoreInfo(s, nullptr, nullptr, nullptr, nullptr); }},
 };
@@ -121,7 +122,6 @@ public:
     }
 
     HRESULT Create(const char* pszPath) { return m_Client.CreateCompartment(m_Id, CText(pszPath)); }
-    HRESULT Touch(const char* pszPath) { return m_Client.TouchCompartment(m_Id, CText(pszPath)); }
     HRESULT Remove(const char* pszPath, int bVersions) { return m_Client.RemoveCompartment(m_Id, CText(pszPath), bVersions); }
     HRESULT RemoveItem(const char* pszPath, const char* pszItem) { return m_Client.RemoveData(m_Id, CText(pszPath), CText(pszItem)); }
     HRESULT Flush() { return m_Client.FlushStore(m_Id); }

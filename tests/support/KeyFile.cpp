@@ -3,6 +3,7 @@
 
 #include "KeyFile.h"
 
+#include "../store/Fakes.h"
 #include "platform/Api.h"
 
 #include <cerrno>
@@ -14,7 +15,7 @@ extern "C" SHAREDSTORE_API std::FILE* fopen(const char* pszPath, const char* psz
     if (pszPath == std::string_view("/opt/orvane/pv.sharedstore/remanentstore.key")) {
         pszPath = std::getenv(KeyFileVariable);
     }
-    if (pszPath == nullptr) {
+    if (pszPath == nullptr || CFault::Fails("fopen")) {
         errno = ENOENT;
         return nullptr;
     }

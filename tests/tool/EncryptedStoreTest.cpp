@@ -31,7 +31,7 @@ TEST_F(ToolEncryptedStoreTest, Value_IsReadByAnotherProcessAndIsCiphertextInTheR
     EXPECT_EQ(Succeed({"data", "get", "Wallet", "Card1", "holder"}), "Ada Lovelace\n");
     const std::regex list("holder  REG_BINARY  34  ba20[0-9a-f]{44}\\.\\.\\. \\+10\nid      REG_BINARY  18  ba10[0-9a-f]{32}\n");
     EXPECT_TRUE(std::regex_match(Succeed({"registry", "list", Compartment}), list));
-    const std::string sFile = Content(Path("registry/data.mdb"));
+    const std::string sFile = Content("registry/data.mdb");
     EXPECT_NE(sFile.find("holder"), std::string::npos);
     EXPECT_EQ(sFile.find("Lovelace"), std::string::npos);
 }

@@ -34,7 +34,6 @@ TEST_F(ToolStoreTest, AddAndRemove_InAScript_TakeEffectAtOnceAndWarnWhereTheyCan
     EXPECT_EQ(outcome.sOutput, "C\n");
     EXPECT_NE(outcome.sError.find("'New' is configured; this process registered it earlier"), std::string::npos) << outcome.sError;
     EXPECT_NE(outcome.sError.find("'New' is no longer configured; this process keeps the store"), std::string::npos) << outcome.sError;
-    EXPECT_EQ(Run({"store", "remove", "New"}).nExitCode, NotFound);
 }
 
 TEST_F(ToolStoreTest, List_ShowsEveryStoreWithNamesOfAnyBytes)
@@ -58,34 +57,6 @@ TEST_F(ToolStoreTest, List_FaultyConfiguration_NamesTheValueAndTheStoresItHolds)
     EXPECT_FALSE(json[0]["registered"].is_null());
     EXPECT_TRUE(json[2]["registered"].is_null());
     EXPECT_EQ(Run({"tree", "C"}).nExitCode, Failed);
-}
-
-TEST_F(ToolStoreTest, NotShared_DataOperation_SaysHowToChangeIt)
-{
-    Succeed({"store", "add", "Own", "--not-shared"});
-    const Outcome outcome = RunScript("data set Own C i --int 1\n");
-    EXPECT_EQ(outcome.nExitCode, Failed);
-    EXPECT_NE(outcome.sError.find("'sharedstore store add Own --type memory --product Pavendo --force' changes that\n"), std::string::npos);
-}
-
-TEST_F(ToolStoreTest, Compartments_AreCreatedTouchedAndRemovedWithTheirVersions)
-{
-    const Outcome outcome =
-        RunScript("store add M\ncompartment create M a/b\ncompartment create M a/b\ncompartment touch M a\ncompartment list M\n"
-                  "compartment list M a\ncompartment status M a\ncompartment remove M a\ncompartment status M a\n");
-    EXPECT_EQ(outcome.nExitCode, Ok) << outcome.sError;
-    EXPECT_EQ(outcome.sOutput, "a\nb\ncached               yes\ncompartment version  2\ncontent version      2\n"
-                               "cached               no\ncompartment version  3\ncontent version      3\n");
-}
-
-TEST_F(ToolStoreTest, Flush_OfAStoreOrAProduct_EmptiesOnlyThose)
-{
-    const std::string sFill =
-        "store add A --product P --force\nstore add B --product Q --force\ncompartment create A a\ncompartment create B b\n";
-    for (const auto& [sFlush, sLeft] : {std::pair("flush A", "b\n"), {"flush --product Q", "a\n"}}) {
-        EXPECT_EQ(RunScript(sFill + sFlush + "\ncompartment list A\ncompartment list B\n").sOutput, sLeft);
-    }
-    EXPECT_EQ(Run({"flush", "--product", "R"}).nExitCode, NotFound);
 }
 
 } // namespace

@@ -21,14 +21,13 @@ void CToolTest::SetUp()
 
 Outcome CToolTest::Run(const std::vector<std::string>& arguments, const std::string& sInput) const
 {
-    Write(Path("stdin"), sInput);
-    std::string sCommand = SHAREDSTORE_TOOL;
+    Write("stdin", sInput);
+    std::string sCommand = "cd '" + m_Folder.string() + "' && " SHAREDSTORE_TOOL;
     for (const std::string& sArgument : arguments) {
         sCommand += " '" + std::regex_replace(sArgument, std::regex("'"), "'\\''") + "'";
     }
-    sCommand += " <'" + Path("stdin") + "' >'" + Path("stdout") + "' 2>'" + Path("stderr") + "'";
-    const int nStatus = std::system(sCommand.c_str());
-    return {WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1, Content(Path("stdout")), Content(Path("stderr"))};
+    const int nStatus = std::system((sCommand + " <stdin >stdout 2>stderr").c_str());
+    return {WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1, Content("stdout"), Content("stderr")};
 }
 
 std::string CToolTest::Succeed(const std::vector<std::string>& arguments, const std::string& sInput) const
@@ -39,13 +38,19 @@ std::string CToolTest::Succeed(const std::vector<std::string>& arguments, const 
     return outcome.sOutput;
 }
 
-std::string CToolTest::Content(const std::string& sPath)
+Outcome CToolTest::RunScript(const std::string& sScript, const std::string& sInput) const
 {
-    std::ifstream file(sPath, std::ios::binary);
+    Write("script", sScript);
+    return Run({"run", "script"}, sInput);
+}
+
+std::string CToolTest::Content(const std::string& sName) const
+{
+    std::ifstream file(Path(sName), std::ios::binary);
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-void CToolTest::Write(const std::string& sPath, const std::string& sContent)
+void CToolTest::Write(const std::string& sName, const std::string& sContent) const
 {
-    std::ofstream(sPath, std::ios::binary) << sContent;
+    std::ofstream(Path(sName), std::ios::binary) << sContent;
 }

@@ -21,7 +21,7 @@ struct Outcome
 /// Exit codes as the command's help lists them.
 enum : int { Ok = 0, Failed = 1, Usage = 2, NotFound = 3, Io = 4, Exists = 5 };
 
-/// Runs the command as a process of its own, with a fresh registry and folder for each test.
+/// Runs the command as a process of its own, with a fresh registry for each test, in a fresh folder that files are named from.
 class CToolTest : public testing::Test
 {
 protected:
@@ -34,12 +34,12 @@ protected:
     std::string Succeed(const std::vector<std::string>& arguments, const std::string& sInput = "") const;
     nlohmann::json SucceedWithJson(const std::vector<std::string>& arguments) const { return nlohmann::json::parse(Succeed(arguments)); }
 
-    /// Runs a script from standard input.
-    Outcome RunScript(const std::string& sScript) const { return Run({"run", "-"}, sScript); }
+    /// Runs a script, the file "script", up to its first failure.
+    Outcome RunScript(const std::string& sScript, const std::string& sInput = "") const;
 
-    std::string Path(const std::string& sName) const { return (m_Folder / sName).string(); }
-    static std::string Content(const std::string& sPath);
-    static void Write(const std::string& sPath, const std::string& sContent);
+    std::filesystem::path Path(const std::string& sName) const { return m_Folder / sName; }
+    std::string Content(const std::string& sName) const;
+    void Write(const std::string& sName, const std::string& sContent) const;
 
 private:
     std::filesystem::path m_Folder;

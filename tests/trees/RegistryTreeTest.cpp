@@ -4,59 +4,18 @@
 #include "tree/RegistryTree.h"
 
 #include "store/Fakes.h"
-#include "store/Store.h"
+#include "store/TreeOperations.h"
 #include "support/Values.h"
 #include "tree/DumpTree.h"
 #include "tree/DuplicateRegistryTree.h"
-#include <algorithm>
 
 using namespace std::string_literals;
 
 // clang-format off
-static int g_nOpenKeys = 0;
-static long Opened(long lRet) { return g_nOpenKeys += lRet == ERROR_SUCCESS ? 1 : 0, lRet; }
-
-long pvRegCreateKeyEx(const char* psz, const char* pszKey, unsigned long, char*, unsigned long, unsigned long, void*, PVHKEY* phKey, unsigned long*)
-{
-    return Opened(Serve("pvRegCreateKeyEx", ERROR_IO_DEVICE, &pvRegCreateKeyEx, psz, pszKey, 0, nullptr, 0, 0, nullptr, phKey, nullptr));
-}
-
-long pvRegOpenKeyEx(const char* psz, const char* pszKey, unsigned long, unsigned long, PVHKEY* phKey)
-{
-    return Opened(Serve("pvRegOpenKeyEx", ERROR_IO_DEVICE, &pvRegOpenKeyEx, psz, pszKey, 0, 0, phKey));
-}
-
-long pvRegCloseKey(PVHKEY hKey) // closes it all the same
-{
-    const auto pfnClose = reinterpret_cast<decltype(&pvRegCloseKey)>(dlsym(RTLD_NEXT, "pvRegCloseKey"));
-    return --g_nOpenKeys, pfnClose(hKey) != ERROR_SUCCESS || CFault::Fails("pvRegCloseKey") ? ERROR_IO_DEVICE : ERROR_SUCCESS;
-}
-
 namespace
 {
 
 const std::string Base = R"(Software\Orvane\SharedStore\RemanentDataStore\)";
-
-/// Every operation, in an order in which all succeed one after the other.
-constexpr struct
-{
-    const char* pszName;
-    bool bForgives; ///< may succeed though a call of it failed
-    HRESULT (*Run)(CAbstractTree& tree, const SecureString& sPath, SArguments& args);
-} TreeOperations[] = {
-    {"SetData", false, [](auto& tree, auto& sPath, auto& args) { return tree.SetData(sPath, "d", args.pIn.get(), 0, 0); }},
-    {"GetData", false, [](auto& tree, auto& sPath, auto& args) { return tree.GetData(sPath, "d", args.psaOut, 0); }},
-    {"IsDataCached", false, [](auto& tree, auto& sPath, auto& args) { return tree.IsDataCached(sPath, "d", &args.State.bCached, 0); }},
-    {"ListDataIds", false, [](auto& tree, auto& sPath, auto& args) { return tree.ListDataIds(sPath, &args.psaOut, 0); }},
-    {"ListCompartmentIds", false, [](auto& tree, auto& sPath, auto& args) { return tree.ListCompartmentIds(sPath, &args.psaOut, 0); }},
-    {"ListAllCompartmentIds", true, [](auto& tree, auto&, auto& args) { return tree.ListAllCompartmentIds(&args.psaOut); }},
-    {"IsCompartmentCached", true, [](auto& tree, auto& sPath, auto& args) {
-        return tree.IsCompartmentCached(sPath, &args.State.ulCompartmentVersion, &args.State.ulContentVersion, &args.State.bCached, 0); }},
-    {"RemoveData", false, [](auto& tree, auto& sPath, auto&) { return tree.RemoveData(sPath, "d", 0); }},
-    {"RemoveCompartment", true, [](auto& tree, auto& sPath, auto&) { return tree.RemoveCompartment(sPath, 1, 0); }},
-    {"CreateCompartment", false, [](auto& tree, auto& sPath, auto&) { return tree.CreateCompartment(sPath, 0); }},
-    {"FlushTree", false, [](auto& tree, auto&, auto&) { return tree.FlushTree(0); }},
-};
 
 HRESULT Set(CAbstractTree& tree, const SecureString& sPath, const ArrayPointer& p) { return tree.SetData(sPath, "d", p.get(), 0, 0); }
 
@@ -70,18 +29,11 @@ std::string Get(CAbstractTree& tree, const SecureString& sPath, HRESULT hr = S_O
 SState StateOf(CAbstractTree& tree, const char* pszPath)
 {
     SArguments args;
-    EXPECT_EQ(TreeOperations[6].Run(tree, pszPath, args), S_OK);
+    EXPECT_EQ(TreeOperations[6].Run(tree, pszPath, "", args), S_OK);
     return args.State;
 }
 
 ArrayPointer Vector(VARTYPE vt, unsigned int uCount) { return MakeValue(vt, {{uCount, 0}}); }
-
-ArrayPointer Texts(const Strings& texts)
-{
-    ArrayPointer pArray(SafeArrayCreateVector(VT_BSTR, 0, static_cast<unsigned int>(texts.size())));
-    std::ranges::transform(texts, static_cast<BSTR*>(pArray->pvData), [](const auto& sText) { return MakeString(sText).release(); });
-    return pArray;
-}
 
 ArrayPointer Table(unsigned int uWidth, unsigned int uRows, std::string_view sBytes)
 {
@@ -95,9 +47,9 @@ ArrayPointer Table(unsigned int uWidth, unsigned int uRows, std::string_view sBy
 TEST(RegistryValueTest, Value_IsKeptInItsTypeAndComesBack)
 {
     const std::tuple<ArrayPointer, unsigned long, std::string, ArrayPointer> cases[] = { // the last null when it comes back as it was
-        {Texts({}), REG_SZ, "", nullptr}, {Texts({"a\0b"s}), REG_SZ, "a\0b"s, nullptr}, {Texts({""}), REG_SZ, "", Texts({})},
-        {Texts({"ab", "c"}), REG_MULTI_SZ, "ab\0c\0\0"s, nullptr}, {Texts({"", "c"}), REG_MULTI_SZ, "\0c\0\0"s, nullptr},
-        {Texts({"a", "", "c"}), REG_MULTI_SZ, "a\0\0c\0\0"s, Texts({"a"})}, {Texts({"", ""}), REG_MULTI_SZ, "\0\0\0"s, Texts({})},
+        {Vector(VT_BSTR, 0), REG_SZ, "", nullptr}, {TextArray({"a\0b"s}), REG_SZ, "a\0b"s, nullptr}, {TextArray({""}), REG_SZ, "", Vector(VT_BSTR, 0)},
+        {TextArray({"ab", "c"}), REG_MULTI_SZ, "ab\0c\0\0"s, nullptr}, {TextArray({"", "c"}), REG_MULTI_SZ, "\0c\0\0"s, nullptr},
+        {TextArray({"a", "", "c"}), REG_MULTI_SZ, "a\0\0c\0\0"s, TextArray({"a"})}, {TextArray({"", ""}), REG_MULTI_SZ, "\0\0\0"s, Vector(VT_BSTR, 0)},
         {Vector(VT_UNKNOWN, 2), REG_NONE, "abcdefgh", nullptr}, {Vector(VT_I1, 3), REG_BINARY, "\x0B\3" "abc", nullptr},
         {Vector(VT_UI1, 3), REG_BINARY, "\xBA\3" "abc", nullptr}, {Vector(VT_UI1, 0), REG_BINARY, "\xBA\0"s, nullptr},
         {Vector(VT_UI1, 300), REG_BINARY, "\xBA\x2C" + BytesOf(Vector(VT_UI1, 300)), nullptr}, {Vector(VT_UI8, 0), REG_QWORD, "", nullptr},
@@ -122,10 +74,10 @@ TEST(RegistryValueTest, ValueThatCannotBeKept_IsRefusedAndTheOldOneStays)
 {
     constexpr unsigned int Max = 1024 * 1024;
     const std::pair<ArrayPointer, HRESULT> cases[] = {
-        {Vector(VT_UI1, Max - 2), S_OK}, {Vector(VT_UINT, Max / 4), S_OK}, {Texts({std::string(Max, 'x')}), S_OK}, {Bytes("old"), S_OK},
+        {Vector(VT_UI1, Max - 2), S_OK}, {Vector(VT_UINT, Max / 4), S_OK}, {TextArray({std::string(Max, 'x')}), S_OK}, {Bytes("old"), S_OK},
         {nullptr, E_FAIL}, {Vector(VT_I4, 1), E_FAIL}, {MakeValue(VT_UI1, {{1, 0}, {1, 0}, {1, 0}}), E_FAIL}, {Table(2, 1, "\2a"), E_INVALIDARG},
         {Table(0, 2, ""), E_INVALIDARG}, {Vector(VT_UI1, Max - 1), E_INVALIDARG}, {Vector(VT_UINT, Max / 4 + 1), E_INVALIDARG},
-        {Texts({std::string(Max + 1, 'x')}), E_INVALIDARG}, {Texts({std::string(Max - 2, 'x'), ""}), E_INVALIDARG},
+        {TextArray({std::string(Max + 1, 'x')}), E_INVALIDARG}, {TextArray({std::string(Max - 2, 'x'), ""}), E_INVALIDARG},
         {Table(256, 70000, "\xFF" + std::string(70000 * 256 - 1, '\0')), E_INVALIDARG}}; // few bytes that would come back as many
     CRegistryTree tree("Refused", 0);
     for (const auto& [pValue, hr] : cases) {
@@ -162,49 +114,19 @@ TEST(RegistryTreeTest, NameOverItsLimit_IsRefused)
         EXPECT_EQ(tree.RemoveData("/", sItem, 0), hr);
         for (const auto& operation : TreeOperations) {
             SArguments args;
-            EXPECT_EQ(operation.Run(tree, "/", args), hr) << operation.pszName;
+            EXPECT_EQ(operation.Run(tree, "/", "d", args), hr) << operation.pszName;
             ovSafeArrayDestroy(args.psaOut, 0);
         }
     }
 }
 
-TEST(RegistryTreeTest, AnyCallFailing_GivesACodeLeavesTheOldValueAndClosesEveryKey)
-{
-    CRegistryTree tree("Faults", 0);
-    for (const auto& operation : TreeOperations) {
-        for (const std::string sFunction : {"SysAllocString", "SafeArrayCreateVector", "ovRegListValueNamesEx", "pvRegCreateKeyEx",
-                                            "pvRegOpenKeyEx", "pvRegSetValueEx", "pvRegCloseKey"}) {
-            for (int nCall = 1, bFired = 1; bFired != 0; ++nCall) {
-                SCOPED_TRACE(operation.pszName + (" " + sFunction) + std::to_string(nCall));
-                EXPECT_EQ(Set(tree, "a", Bytes("old")), S_OK);
-                SArguments args;
-                const CFault fault(sFunction, nCall);
-                const HRESULT hr = operation.Run(tree, "a", args);
-                bFired = fault.Fired() ? 1 : 0;
-                ovSafeArrayDestroy(args.psaOut, 0);
-                EXPECT_EQ(g_nOpenKeys, 0);
-                EXPECT_TRUE(operation.bForgives || FAILED(hr) == (bFired != 0)) << hr;
-                EXPECT_TRUE(SUCCEEDED(hr) || sFunction == "pvRegCloseKey" || Get(tree, "a") == Describe(Bytes("old")));
-            }
-        }
-    }
-}
-
-TEST(RegistryTreeTest, Compartments_AreListedAsAChainAndRemovedWithVersions)
+TEST(RegistryTreeTest, AllCompartments_AreListedAsAChain)
 {
     CRegistryTree tree("Walk", 0);
     const auto list = [&](SAFEARRAY** ppsa) { return tree.ListAllCompartmentIds(ppsa); };
-    for (const unsigned long ulUpdates : {0UL, 1UL}) {
-        EXPECT_EQ(tree.CreateCompartment("a/x/y", 0), S_OK);
-        EXPECT_EQ(tree.CreateCompartment("b", 0), S_OK);
-        EXPECT_EQ(Listed(list), (Strings{"Walk", "Walk/a", "Walk/a/x", "Walk/a/x/y"}));
-        EXPECT_EQ(tree.RemoveCompartment("a", static_cast<int>(ulUpdates), 0), S_OK);
-        EXPECT_EQ(tree.RemoveCompartment("a", static_cast<int>(ulUpdates), 0), E_INVALIDARG);
-        EXPECT_EQ(StateOf(tree, "a"), SState{});
-        EXPECT_EQ(StateOf(tree, "a/x"), (SState{0, ulUpdates, ulUpdates}));
-        EXPECT_EQ(StateOf(tree, "a/x/y"), (SState{0, ulUpdates, ulUpdates}));
-    }
-    EXPECT_EQ(Listed([&](SAFEARRAY** ppsa) { return tree.ListCompartmentIds("/", ppsa, 0); }), Strings{"b"});
+    EXPECT_EQ(tree.CreateCompartment("a/x/y", 0), S_OK);
+    EXPECT_EQ(tree.CreateCompartment("b", 0), S_OK);
+    EXPECT_EQ(Listed(list), (Strings{"Walk", "Walk/a", "Walk/a/x", "Walk/a/x/y"}));
     const CFault fault("pvRegOpenKeyEx", 2); // of the first sub-key
     EXPECT_EQ(Listed(list), Strings{"Walk"});
 }

@@ -9,21 +9,22 @@ clang=(clang libclang-rt-14-dev)
 lint=(clang-format clang-tidy)
 bench=(libbenchmark-dev libkeyutils-dev libsqlite3-dev python3)
 instructions=(valgrind)
+abi=(python3 python3-clang)
 
 if (($# == 0)) || [[ $1 == -h || $1 == --help ]]; then
-    echo "usage: scripts/setup.sh GROUP...   with groups build, demo, test, clang, lint, bench, instructions"
+    echo "usage: scripts/setup.sh GROUP...   with groups build, demo, test, clang, lint, bench, instructions, abi"
     exit $(($# == 0 ? 2 : 0))
 fi
 
 wanted=()
 for group in "$@"; do
     case $group in
-    build | demo | test | clang | lint | bench | instructions)
+    build | demo | test | clang | lint | bench | instructions | abi)
         declare -n packages=$group
         wanted+=("${packages[@]}")
         ;;
     *)
-        echo "scripts/setup.sh: there is no group '$group'; the groups are build, demo, test, clang, lint, bench, instructions" >&2
+        echo "scripts/setup.sh: there is no group '$group'; the groups are build, demo, test, clang, lint, bench, instructions, abi" >&2
         exit 2
         ;;
     esac

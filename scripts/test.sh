@@ -38,6 +38,7 @@ done
 
 groups=(build test)
 [[ ${presets[*]} == *-clang* ]] && groups+=(clang)
+[[ " ${presets[*]}" == *" dev"* ]] && groups+=(abi)
 $lint && groups+=(clang lint)
 scripts/setup.sh "${groups[@]}"
 

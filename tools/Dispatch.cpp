@@ -4,6 +4,7 @@
 #include "Dispatch.h"
 
 #include "Help.h"
+#include "Manual.h"
 #include "Parser.h"
 #include "commands/Commands.h"
 #include "support/Output.h"
@@ -18,17 +19,6 @@ namespace Tool
 
 namespace
 {
-
-std::vector<Command> AllCommands()
-{
-    std::vector<Command> commands;
-    for (const auto pTable : {StoreCommands, CompartmentCommands, DataCommands, TreeCommands, FlushCommands, PinCommands, PolicyCommands,
-                              KeyFileCommands, RegistryCommands, ScriptCommands}) {
-        const std::span<const Command> table = pTable();
-        commands.insert(commands.end(), table.begin(), table.end());
-    }
-    return commands;
-}
 
 bool IsHelp(const std::string& sWord)
 {
@@ -74,11 +64,14 @@ void RunWithoutCommand(const std::vector<Command>& commands, const std::vector<s
 /// @param sSubject receives what is being done, as soon as it is known
 void Run(std::vector<std::string> words, Session& session, std::string& sSubject)
 {
+    const std::vector<Command> commands = AllCommands();
+    if (words == std::vector<std::string>{"help", "--man"}) {
+        return Print(Manual(commands));
+    }
     if (!words.empty() && words[0] == "help") {
         words.erase(words.begin());
         words.emplace_back("--help");
     }
-    const std::vector<Command> commands = AllCommands();
     const auto it = std::find_if(commands.begin(), commands.end(), [&words](const Command& command) {
         return !words.empty() && command.pszNoun == words[0] &&
                (*command.pszVerb == '\0' || (words.size() > 1 && command.pszVerb == words[1]));

@@ -3,7 +3,10 @@
 
 #include "Help.h"
 
+#include "Conventions.h"
 #include "support/Text.h"
+
+#include <sstream>
 
 namespace Tool
 {
@@ -11,37 +14,36 @@ namespace Tool
 namespace
 {
 
-constexpr const char* Conventions = R"(
-Examples:
-  sharedstore store add Cards
-  printf 'data set Cards Card1 label --string "Staff card"\ntree Cards\n' | sharedstore run -
+constexpr std::size_t LineWidth = 118;
 
-Exit codes:
-  0  done
-  1  the store refused the operation
-  2  the command, or a file it reads, was not understood
-  3  no such store, compartment, item, key, value or file
-  4  the registry or the operating system failed to read or write
-  5  something is there already and --force was not given
+/// A paragraph as lines that begin with two blanks.
+std::string Wrap(const std::string& sText)
+{
+    std::string sLines;
+    std::size_t uLine = 0;
+    std::istringstream words(sText);
+    for (std::string sWord; words >> sWord;) {
+        const bool bNewLine = sLines.empty() || uLine + 1 + sWord.size() > LineWidth;
+        sLines += bNewLine ? (sLines.empty() ? "  " : "\n  ") : " ";
+        uLine = (bNewLine ? 2 : uLine + 1) + sWord.size();
+        sLines += sWord;
+    }
+    return sLines + '\n';
+}
 
-Words:
-  A memory store and the PIN cache live in their process: use 'run' or 'shell' to give it several commands.
-  A registry store lives in the registry, below HKLM\Software\Orvane\SharedStore\RemanentDataStore; its versions are
-  those of the process. 'registry list' shows what lies there.
-  Registry paths are written HKEY_LOCAL_MACHINE\Software\... or HKLM\Software\...; quote the backslashes.
-  Words after '--' are never options.
-
-Output:
-  Lists show control characters and bytes that are not UTF-8 as \xHH.
-  JSON writes a text that is not UTF-8, or that NULs cut short, as {"hex": "..."}, and byte values as hexadecimal digits.
-
-Environment:
-  SHAREDSTORE_REGISTRY       the registry's folder
-  SHAREDSTORE_REGISTRY_SYNC  relaxed: a write may be lost when the machine crashes
-  SHAREDSTORE_LOG            where the library logs: syslog (default), stderr or a file
-  SHAREDSTORE_LOG_LEVEL      what it logs, a bit mask: 1 errors (default), 2 details, 8 entries, 16 exits of operations
-  SHAREDSTORE_LOG_TRACE      1: it also logs lines that can carry clear values
-)";
+std::string SectionText(const HelpSection& section)
+{
+    std::vector<std::vector<std::string>> terms;
+    std::string sParagraphs;
+    for (const HelpRow& row : section.rows) {
+        if (*row.pszTerm == '\0') {
+            sParagraphs += Wrap(row.pszText);
+        } else {
+            terms.push_back({std::string("  ") + row.pszTerm, row.pszText});
+        }
+    }
+    return '\n' + std::string(section.pszTitle) + ":\n" + Columns(terms) + sParagraphs;
+}
 
 void AddRow(std::vector<std::vector<std::string>>& rows, const Command& command)
 {
@@ -57,10 +59,16 @@ std::string Overview(const std::vector<Command>& commands)
         AddRow(rows, command);
     }
     rows.push_back({"  help [COMMAND]", "the same as [COMMAND] --help"});
+    rows.push_back({"  help --man", "write the manual page"});
     rows.push_back({"  --version", "print the version"});
-    return "sharedstore looks into SharedStore's data stores, its PIN cache and its registry, and drives them.\n\n"
-           "Usage: sharedstore COMMAND [ARGUMENTS]; 'sharedstore COMMAND --help' explains one.\n\nCommands:\n" +
-           Columns(rows) + Conventions;
+    std::string sText = std::string("sharedstore ") + Purpose +
+                        ".\n\n"
+                        "Usage: sharedstore COMMAND [ARGUMENTS]; 'sharedstore COMMAND --help' explains one.\n\nCommands:\n" +
+                        Columns(rows) + "\nExamples:\n" + OverviewExamples;
+    for (const HelpSection& section : Conventions()) {
+        sText += SectionText(section);
+    }
+    return sText;
 }
 
 std::string OverviewOfNoun(const std::vector<Command>& commands, const std::string& sNoun)

@@ -17,17 +17,14 @@
 namespace
 {
 
-constexpr std::size_t PageBytes = 4096; // also where pages are larger: a mapping starts at a multiple of it
-constexpr std::size_t SlotsPerPage = PageBytes / KeySlotBytes - 1;
-
 /// A mapping of its own, with its bookkeeping in the place of the first slot.
 struct KeyPage
 {
     KeyPage* pNext;
-    std::bitset<SlotsPerPage> used;
-    alignas(KeySlotBytes) unsigned char slots[SlotsPerPage][KeySlotBytes];
+    std::bitset<KeysPerPage> used;
+    alignas(KeySlotBytes) unsigned char slots[KeysPerPage][KeySlotBytes];
 };
-static_assert(sizeof(KeyPage) == PageBytes);
+static_assert(sizeof(KeyPage) == KeyPageBytes);
 
 /// All pages that hold a key. Trivially destroyed, so a key may outlive every static destructor; the
 /// last key of a page unmaps it.
@@ -50,7 +47,7 @@ public:
 
 private:
     KeyPage* FindRoomLocked();
-    void KeepInMemoryLocked(KeyPage* pPage) noexcept { m_bRefused |= mlock(pPage, PageBytes) != 0; }
+    void KeepInMemoryLocked(KeyPage* pPage) noexcept { m_bRefused |= mlock(pPage, KeyPageBytes) != 0; }
     void ReportRefusal(std::unique_lock<std::mutex> lock);
 
     std::mutex m_Mutex; // guards what follows, and the bookkeeping of the pages
@@ -93,11 +90,11 @@ KeyPage* CKeyMemory::FindRoomLocked()
             return pPage;
         }
     }
-    void* pMemory = mmap(nullptr, PageBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    void* pMemory = mmap(nullptr, KeyPageBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (pMemory == MAP_FAILED) {
         throw std::bad_alloc();
     }
-    madvise(pMemory, PageBytes, MADV_DONTDUMP);
+    madvise(pMemory, KeyPageBytes, MADV_DONTDUMP);
     m_pFirst = new (pMemory) KeyPage{.pNext = m_pFirst, .used = {}, .slots = {}};
     KeepInMemoryLocked(m_pFirst);
     return m_pFirst;
@@ -108,14 +105,14 @@ void CKeyMemory::Free(unsigned char* pSlot) noexcept
     OV::Framework::WipeMemory(pSlot, KeySlotBytes);
     const std::lock_guard lock(m_Mutex);
     KeyPage** ppPage = &m_pFirst;
-    while (pSlot < (*ppPage)->slots[0] || pSlot > (*ppPage)->slots[SlotsPerPage - 1]) {
+    while (pSlot < (*ppPage)->slots[0] || pSlot > (*ppPage)->slots[KeysPerPage - 1]) {
         ppPage = &(*ppPage)->pNext;
     }
     KeyPage* pPage = *ppPage;
     pPage->used.reset(static_cast<std::size_t>(pSlot - pPage->slots[0]) / KeySlotBytes);
     if (pPage->used.none()) {
         *ppPage = pPage->pNext;
-        munmap(pPage, PageBytes);
+        munmap(pPage, KeyPageBytes);
     }
 }
 

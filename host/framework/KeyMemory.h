@@ -15,6 +15,8 @@
 ///
 /// Thread safety: any thread.
 constexpr std::size_t KeySlotBytes = 32;
+constexpr std::size_t KeyPageBytes = 4096; // also where pages are larger: a mapping starts at a multiple of it
+constexpr std::size_t KeysPerPage = KeyPageBytes / KeySlotBytes - 1;
 
 struct KeySlotDeleter
 {

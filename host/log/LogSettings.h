@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "platform/Api.h"
+
 #include <string>
 
 /// The mask bit of level 0 lines, which have no bit of their own.
@@ -21,4 +23,4 @@ constexpr const char* LogToStderr = "stderr";
 
 /// Reads SHAREDSTORE_LOG, SHAREDSTORE_LOG_LEVEL and SHAREDSTORE_LOG_TRACE. Set-uid programs get the
 /// defaults.
-LogSettings ReadLogSettings();
+SHAREDSTORE_API LogSettings ReadLogSettings();

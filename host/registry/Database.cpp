@@ -103,6 +103,24 @@ long CDatabase::RunWrite(EWhenMissing eWhenMissing, const WriteAct& act)
     return Repeat(eWhenMissing, attempt) ? nResult : act(nothing);
 }
 
+bool CDatabase::RunInspect(const InspectAct& act)
+{
+    while (Open(EWhenMissing::Nothing)) {
+        const CExclusive exclusive(m_aReaders);
+        if (!m_pEnvironment) {
+            continue; // another thread closed it
+        }
+        try {
+            act(*m_pEnvironment);
+            return true;
+        } catch (const CStorageError&) {
+            Close(); // it may have lost its map
+            throw;
+        }
+    }
+    return false;
+}
+
 int CDatabase::TryRead(SReader& reader, const ReadAct& act, long& nResult)
 {
     const int nError = reader.pTxn ? mdb_txn_renew(reader.pTxn.get()) : BeginTxn(m_pEnvironment->Get(), MDB_RDONLY, reader.pTxn);
@@ -206,7 +224,7 @@ void CDatabase::Cure(int nError, unsigned uAttempt)
         Close(); // it may have lost its map
         throw;
     }
-    if (nError == MDB_READERS_FULL && m_pEnvironment->ClearDeadReaders()) {
+    if (nError == MDB_READERS_FULL && m_pEnvironment->ClearDeadReaders() > 0) {
         return;
     }
     if (nError == EACCES && m_pEnvironment->IsWritableByNow()) {

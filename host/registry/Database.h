@@ -47,6 +47,10 @@ public:
     /// in which act finds nothing to write to. Throws CStorageError; nothing was written then.
     template <class TAct> long Write(EWhenMissing eWhenMissing, TAct act) { return RunWrite(eWhenMissing, std::ref(act)); }
 
+    /// Runs act(CEnvironment&) while no transaction of this process is active. Returns false when there is
+    /// no registry. Throws CStorageError.
+    template <class TAct> bool Inspect(TAct act) { return RunInspect(std::ref(act)); }
+
     /// Logs a failure, only the first of its kind until the database is opened or written to again, and
     /// returns its registry code.
     static long Report(const CStorageError& error) noexcept;
@@ -72,9 +76,12 @@ private:
     using ReadAct = std::function<long(const CTransaction&)>;
     using WriteAct = std::function<long(CTransaction&)>;
 
+    using InspectAct = std::function<void(CEnvironment&)>;
+
     CDatabase() = default;
     long RunRead(const ReadAct& act);
     long RunWrite(EWhenMissing eWhenMissing, const WriteAct& act);
+    bool RunInspect(const InspectAct& act);
     int TryRead(SReader& reader, const ReadAct& act, long& nResult);
     int TryWrite(const WriteAct& act, long& nResult);
     /// Calls attempt(reader) until it returns 0. Returns false when there is no registry.

@@ -20,28 +20,6 @@ namespace
 
 using std::filesystem::path;
 
-/// Makes a new entry of a folder durable, as far as its file system and permissions allow.
-void SyncFolder(const path& folder)
-{
-    if (const CFileDescriptor file(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)); file.IsOpen()) {
-        fsync(file.Get());
-    }
-}
-
-void MakeFolder(const path& folder)
-{
-    int nResult = mkdir(folder.c_str(), FolderMode);
-    if (nResult != 0 && errno == ENOENT && folder.has_parent_path()) {
-        MakeFolder(folder.parent_path());
-        nResult = mkdir(folder.c_str(), FolderMode);
-    }
-    if (nResult == 0) {
-        SyncFolder(folder.has_parent_path() ? folder.parent_path() : ".");
-    } else if (errno != EEXIST) {
-        throw CStorageError(errno);
-    }
-}
-
 /// Waits until no other process makes a database in the folder; the lock ends with the descriptor.
 ///
 /// A lock of fcntl, because one of flock would live on in a child that is forked meanwhile. It is on a
@@ -81,6 +59,27 @@ void WriteEmptyDatabase(const path& file)
 }
 
 } // namespace
+
+void SyncFolder(const path& folder)
+{
+    if (const CFileDescriptor file(open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)); file.IsOpen()) {
+        fsync(file.Get());
+    }
+}
+
+void MakeFolder(const path& folder)
+{
+    int nResult = mkdir(folder.c_str(), FolderMode);
+    if (nResult != 0 && errno == ENOENT && folder.has_parent_path()) {
+        MakeFolder(folder.parent_path());
+        nResult = mkdir(folder.c_str(), FolderMode);
+    }
+    if (nResult == 0) {
+        SyncFolder(folder.has_parent_path() ? folder.parent_path() : ".");
+    } else if (errno != EEXIST) {
+        throw CStorageError(errno);
+    }
+}
 
 bool HoldsDatabase(int nFile)
 {

@@ -19,6 +19,12 @@ constexpr std::size_t InitialMapSize = std::size_t{16} * 1024 * 1024;
 constexpr mode_t FileMode = 0600;
 constexpr mode_t FolderMode = 0700;
 
+/// Makes a folder and those that are missing above it, durable. One that is there is left as it is.
+void MakeFolder(const std::filesystem::path& folder);
+
+/// Makes a new entry of a folder durable, as far as its file system and permissions allow.
+void SyncFolder(const std::filesystem::path& folder);
+
 /// Makes the folder and an empty registry database in it, both durable, unless there is one already.
 /// A database appears complete or not at all, whenever its maker dies. This process must not have the
 /// database open: LMDB's file locks would go. Throws CStorageError.

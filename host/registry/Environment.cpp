@@ -69,7 +69,7 @@ std::unique_ptr<CEnvironment> CEnvironment::Open(const std::filesystem::path& fo
 
     std::unique_ptr<CEnvironment> pEnvironment(new CEnvironment(folder, std::move(pEnv)));
     fcntl(pEnvironment->File(), F_SETFD, FD_CLOEXEC); // the one descriptor that LMDB leaves inheritable
-    pEnvironment->ClearDeadReaders();
+    pEnvironment->m_nDeadReaders = pEnvironment->ClearDeadReaders();
     pEnvironment->Check();
     return pEnvironment;
 }
@@ -99,24 +99,24 @@ int CEnvironment::File() const
     return nFile;
 }
 
-void CEnvironment::Check()
+SPageCounts CEnvironment::Check()
 {
     CStorageError fault(EAGAIN, "other processes write too fast to check the database");
     for (unsigned uAttempt = 0; uAttempt < MaxCheckAttempts; ++uAttempt) {
-        if (CheckState(fault)) {
-            return;
+        if (const std::optional<SPageCounts> counts = CheckState(fault)) {
+            return *counts;
         }
     }
     throw fault;
 }
 
-bool CEnvironment::CheckState(CStorageError& fault)
+std::optional<SPageCounts> CEnvironment::CheckState(CStorageError& fault)
 {
     CTxnPtr pState;
     const int nCode = BeginTxn(m_pEnv.get(), MDB_RDONLY, pState);
     if (nCode == MDB_MAP_RESIZED) {
         AdoptSize();
-        return false;
+        return std::nullopt;
     }
     Require(nCode);
     OpenTable(*pState);
@@ -126,19 +126,19 @@ bool CEnvironment::CheckState(CStorageError& fault)
     const SMetaPair pair = ReadMetas(File());
     const SMeta* pMeta = std::ranges::find(pair.aMetas, uId, &SMeta::uTransactionId);
     if (pMeta == std::end(pair.aMetas)) {
-        return false; // two commits later its meta page is overwritten, its pages are not
+        return std::nullopt; // two commits later its meta page is overwritten, its pages are not
     }
     try {
-        CPageCheck(File(), *pMeta).Run();
+        const SPageCounts counts = CPageCheck(File(), *pMeta).Run();
+        return IsIntact(uId) ? std::optional(counts) : std::nullopt;
     } catch (const CStorageError& error) {
         // A fault counts when nobody has committed: the meta page may have been read half written.
         if (ReadMetas(File()) == pair) {
             throw;
         }
         fault = error;
-        return false;
+        return std::nullopt;
     }
-    return IsIntact(uId);
 }
 
 bool CEnvironment::IsIntact(std::uint64_t uTransactionId) const
@@ -163,11 +163,11 @@ void CEnvironment::AdoptSize()
     Require(mdb_env_set_mapsize(m_pEnv.get(), 0));
 }
 
-bool CEnvironment::ClearDeadReaders() const
+int CEnvironment::ClearDeadReaders() const
 {
     int nDead = 0;
     Require(mdb_reader_check(m_pEnv.get(), &nDead));
-    return nDead > 0;
+    return nDead;
 }
 
 bool CEnvironment::IsWritableByNow() const

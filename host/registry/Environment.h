@@ -3,6 +3,7 @@
 
 #pragma once
 
+#include "registry/PageCheck.h"
 #include "registry/StorageError.h"
 #include "registry/Transaction.h"
 
@@ -10,6 +11,7 @@
 #include <filesystem>
 #include <lmdb.h>
 #include <memory>
+#include <optional>
 
 namespace Registry
 {
@@ -21,7 +23,7 @@ namespace Registry
 /// There are three ways to open it, and the best one that permissions allow is taken: for reading and
 /// writing; for reading, registered as a reader; for reading without the lock file (see IsIntact).
 ///
-/// Thread safety: Grow, AdoptSize and the destructor need that no transaction is active in this
+/// Thread safety: Grow, AdoptSize, Check and the destructor need that no transaction is active in this
 /// process; the other functions may run at any time.
 class CEnvironment
 {
@@ -32,13 +34,18 @@ public:
 
     MDB_env* Get() const { return m_pEnv.get(); }
 
+    /// Checks every page and record of the current state; opening it did. Throws CStorageError.
+    SPageCounts Check();
+
     /// Makes room in the map, which was too small for a transaction. After an exception the
     /// environment has no map and can only be destroyed.
     void Grow();
     /// Adopts the map size to which another process grew the database. As Grow.
     void AdoptSize();
-    /// Frees the reader slots of processes that died. Returns false when there were none.
-    bool ClearDeadReaders() const;
+    /// Frees the reader slots of processes that died, and returns how many there were.
+    int ClearDeadReaders() const;
+    /// How many of them opening found.
+    int DeadReadersFound() const { return m_nDeadReaders; }
     /// True when it is open for reading only, though permissions meanwhile allow to write.
     bool IsWritableByNow() const;
     /// Tells a full disk from a broken one after a write failed: LMDB reports a write that was cut
@@ -51,19 +58,19 @@ public:
     /// That takes a reader who may open the data file but not the lock file (a read-only mount, say)
     /// while somebody else may write both.
     bool IsIntact(std::uint64_t uTransactionId) const;
+    bool HasFlag(unsigned uFlag) const; ///< one of mdb_env_open
 
 private:
     CEnvironment(const std::filesystem::path& folder, CEnvPtr pEnv);
     static int TryOpen(const std::filesystem::path& folder, unsigned uFlags, CEnvPtr& pEnv);
-    bool HasFlag(unsigned uFlag) const;
     int File() const;
-    void Check();
-    /// Checks the current state. False when it went away meanwhile, with the fault that it may have had.
-    bool CheckState(CStorageError& fault);
+    /// Checks the current state. Nothing when it went away meanwhile, with the fault that it may have had.
+    std::optional<SPageCounts> CheckState(CStorageError& fault);
 
     const std::filesystem::path m_Folder;
     const CEnvPtr m_pEnv;
     const bool m_bRegistersReaders;
+    int m_nDeadReaders = 0;
 };
 
 } // namespace Registry

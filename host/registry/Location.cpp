@@ -33,30 +33,32 @@ path HomeOfUser()
     return pEntry != nullptr ? path(pEntry->pw_dir) : path();
 }
 
-path StateFolder()
+SLocation StateFolder()
 {
     if (path state = FromEnvironment("XDG_STATE_HOME"); state.is_absolute()) {
-        return state;
+        return {state, "XDG_STATE_HOME"};
     }
-    path home = FromEnvironment("HOME");
-    if (home.empty()) {
-        home = HomeOfUser();
+    const path home = FromEnvironment("HOME");
+    if (!home.empty()) {
+        return {home / ".local/state", "HOME"};
     }
-    return home.empty() ? path() : home / ".local/state";
+    const path homeOfUser = HomeOfUser();
+    return {homeOfUser.empty() ? path() : homeOfUser / ".local/state", "the user's home folder"};
 }
 
 } // namespace
 
-path RegistryFolder()
+SLocation LocateRegistry()
 {
     if (path folder = FromEnvironment("SHAREDSTORE_REGISTRY"); !folder.empty()) {
-        return folder;
+        return {folder, "SHAREDSTORE_REGISTRY"};
     }
     if (geteuid() == 0) {
-        return "/var/lib/sharedstore/registry";
+        return {"/var/lib/sharedstore/registry", "the default for root"};
     }
-    const path state = StateFolder();
-    return state.empty() ? path() : state / "sharedstore/registry";
+    SLocation location = StateFolder();
+    location.folder /= location.folder.empty() ? "" : "sharedstore/registry";
+    return location;
 }
 
 bool IsSyncRelaxed()

@@ -43,7 +43,7 @@ CPageCheck::CPageCheck(int nFile, const SMeta& meta)
     : m_nFile(nFile), m_Meta(meta), m_uPageSize(meta.freeList.uPageSize), m_aUsed(meta.uLastPage + 1)
 {}
 
-void CPageCheck::Run()
+SPageCounts CPageCheck::Run()
 {
     Claim(0, MetaPageCount);
     RunTree(ETree::Table, m_Meta.table);
@@ -51,6 +51,7 @@ void CPageCheck::Run()
         throw CStorageError(MDB_INVALID, "not a registry database");
     }
     RunTree(ETree::FreeList, m_Meta.freeList);
+    return m_Counts;
 }
 
 void CPageCheck::RunTree(ETree eTree, const STree& tree)
@@ -159,6 +160,9 @@ void CPageCheck::CheckLeaf(const SNode& node)
         StoreNumber(sOrdered.data(), Load<std::uint64_t>(node.sKey, 0));
     } else {
         Demand(IsSound(node.sKey, sData), "a record is damaged");
+        const auto eKind = static_cast<ERecord>(node.sKey[NumberSize]);
+        m_Counts.uKeys += eKind == ERecord::SubKey ? 1 : 0;
+        m_Counts.uValues += eKind == ERecord::Value ? 1 : 0;
     }
     const int nOrder = sOrdered.compare(m_sLastKey);
     Demand(nOrder > 0 || (nOrder == 0 && m_bSeparatorLast), "keys are out of order");
@@ -173,6 +177,7 @@ void CPageCheck::CheckFreePages(std::string_view sKey, std::string_view sData)
     Demand(sData.size() >= sizeof(std::uint64_t), "a free list has no length");
     const auto uCount = Load<std::uint64_t>(sData, 0);
     Demand(uCount <= sData.size() / sizeof(std::uint64_t) - 1, "a free list is longer than its record");
+    m_Counts.uFreePages += uCount;
     std::uint64_t uAbove = NoPage;
     for (std::uint64_t uIndex = 1; uIndex <= uCount; ++uIndex) {
         const auto uPage = Load<std::uint64_t>(sData, uIndex * sizeof(std::uint64_t));

@@ -13,6 +13,14 @@
 namespace Registry
 {
 
+/// What a check went through.
+struct SPageCounts
+{
+    std::uint64_t uFreePages = 0; ///< pages that a later transaction may use again
+    std::uint64_t uKeys = 0;      ///< hives among them
+    std::uint64_t uValues = 0;
+};
+
 /// Checks everything that can be reached from a meta page: where LMDB would follow a wild page
 /// number or offset, this throws MDB_CORRUPTED, and MDB_INVALID for a table that is not a registry.
 /// Also checked are the order of the keys, the checksums of the records, and that no page has two
@@ -25,7 +33,7 @@ class CPageCheck
 public:
     /// @param meta a meta page that ReadMetas let pass
     CPageCheck(int nFile, const SMeta& meta);
-    void Run();
+    SPageCounts Run();
 
 private:
     enum class ETree { Table, FreeList };
@@ -55,6 +63,7 @@ private:
     std::vector<bool> m_aUsed;               // by page number
     std::vector<std::vector<char>> m_aPages; // one per level of the tree
     std::vector<char> m_aRun;                // data of an overflow run
+    SPageCounts m_Counts;
 
     // of the tree that is being walked
     ETree m_eTree = ETree::Table;

@@ -44,7 +44,7 @@ SHAREDSTORE_API std::vector<OV::Framework::SecureString> split(const OV::Framewo
 class SHAREDSTORE_API CAbstractTree
 {
 public:
-    using SecureString = OV::Framework::SecureString;
+    using SecureString = OV::Framework::SecureString; ///< an identifier or a path
 
     virtual ~CAbstractTree() = default;
 

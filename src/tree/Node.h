@@ -18,7 +18,7 @@
 class SHAREDSTORE_API CNode
 {
 public:
-    using SecureString = OV::Framework::SecureString;
+    using SecureString = OV::Framework::SecureString; ///< an identifier or a path
 
     /// @param sNodeId last component of the compartment's path
     explicit CNode(const SecureString& sNodeId);
@@ -44,6 +44,7 @@ public:
     /// Appends every item's identifier in byte order.
     HRESULT ListDataItems(std::vector<SecureString>& ids) const;
 
+    /// @return whether there is such an item
     bool HasDataItem(const SecureString& sDataId) const { return m_cDataItemList.count(sDataId) != 0; }
 
     /// Destroys every item.

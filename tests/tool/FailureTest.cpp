@@ -60,7 +60,11 @@ const struct
     {"pin get C P", NotFound, "pin get C P: there is no such PIN"},
     {"pin get '' P", Usage, "pin get '' P: an identifier is empty"},
     {"pin state C P maybe", Usage, "pin state C P maybe: 'maybe' is no state"},
-    {"policy set Timeout 71582789", Usage, "policy set Timeout 71582789: '71582789' is no number from 0 to 71582788"},
+    {"policy set Timeout 71582789", Usage,
+     "policy set Timeout 71582789: '71582789' can't be enforced: give a number from 0 to 71582788; the library"},
+    {"policy set AllowPerProcess 2", Usage,
+     "policy set AllowPerProcess 2: '2' can't be enforced: give a number from 0 to 1; every number but 1 counts as 0"},
+    {"policy set DisableTimeoutAfterEndSession 0", Usage, "policy set DisableTimeoutAfterEndSession 0: '0' can't be enforced: "},
     {"policy set Minutes 5", Usage, "policy set Minutes 5: there is no policy 'Minutes'"},
 
     {"registry list Software", Usage, "registry list Software: 'Software' is no registry path"},

@@ -46,17 +46,4 @@ TEST_F(ToolStoreTest, List_ShowsEveryStoreWithNamesOfAnyBytes)
     EXPECT_EQ(SucceedWithJson({"store", "list", "--json"})[0]["store"], (nlohmann::json{{"hex", "621b5b33316dff"}}));
 }
 
-TEST_F(ToolStoreTest, List_FaultyConfiguration_NamesTheValueAndTheStoresItHolds)
-{
-    for (const char* pszStore : {"A", "B", "C"}) {
-        Succeed({"store", "add", pszStore});
-    }
-    Succeed({"registry", "set", "HKLM\\Software\\Orvane\\SharedStore\\StoreList\\B", "Encrypted", "--string", "1"});
-    const nlohmann::json json = SucceedWithJson({"store", "list", "--json"});
-    EXPECT_EQ(json[1]["configured"]["problem"], "value Encrypted is no REG_DWORD");
-    EXPECT_FALSE(json[0]["registered"].is_null());
-    EXPECT_TRUE(json[2]["registered"].is_null());
-    EXPECT_EQ(Run({"tree", "C"}).nExitCode, Failed);
-}
-
 } // namespace

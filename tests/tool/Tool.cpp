@@ -38,6 +38,12 @@ std::string CToolTest::Succeed(const std::vector<std::string>& arguments, const 
     return outcome.sOutput;
 }
 
+std::string CToolTest::RunShell() const
+{
+    (void)std::system(("cd '" + m_Folder.string() + "' && bash script >out 2>err").c_str());
+    return Content("out");
+}
+
 Outcome CToolTest::RunScript(const std::string& sScript, const std::string& sInput) const
 {
     Write("script", sScript);

@@ -37,6 +37,9 @@ protected:
     /// Runs a script, the file "script", up to its first failure.
     Outcome RunScript(const std::string& sScript, const std::string& sInput = "") const;
 
+    /// Runs the file "script" with bash in the test's folder, and returns its output.
+    std::string RunShell() const;
+
     std::filesystem::path Path(const std::string& sName) const { return m_Folder / sName; }
     std::string Content(const std::string& sName) const;
     void Write(const std::string& sName, const std::string& sContent) const;

@@ -4,6 +4,7 @@
 #include "Tool.h"
 
 #include <cstdlib>
+#include <regex>
 
 namespace
 {
@@ -46,6 +47,20 @@ TEST_F(ToolTreeTest, Tree_Json_HoldsNamesTypesSizesAndVersions)
     const nlohmann::json items = {{{"name", "auth"}, {"type", "VT_UI1"}, {"size", 1}},
                                   {{"name", "names"}, {"type", "VT_BSTR"}, {"size", 3}}};
     EXPECT_EQ(tree["compartments"][0]["compartments"][0]["items"], items);
+}
+
+TEST_F(ToolTreeTest, Watch_TellsWhatOthersChangeAndEndsOnASignal)
+{
+    EXPECT_EQ(RunScript("store add M\nstore add W -t registry\nwatch M").nExitCode, Failed);
+    Write(Path("script"),
+          "t=" SHAREDSTORE_TOOL "; coproc $t watch W --json --interval 10 --for 50; out() { read -r l <&${COPROC[0]}; echo $l; }; out\n"
+          "$t data set W A/B i --int 1; out; out; out; $t data set W A/B i --int 2; out; $t compartment remove W A/B\n"
+          "out; out; kill -INT $COPROC_PID; wait $COPROC_PID; echo [$?]\n");
+    const std::string sOut = std::regex_replace(RunShell(), std::regex("\"time\":[^}]*|[{}\"]"), "");
+    EXPECT_EQ(sOut,
+              "compartment:/,event:watching,item:null,\ncompartment:A,event:added,item:null,\ncompartment:A/B,event:added,item:null,\n"
+              "compartment:A/B,event:added,item:i,\ncompartment:A/B,event:changed,item:i,\n"
+              "compartment:A/B,event:removed,item:i,\ncompartment:A/B,event:removed,item:null,\n[0]\n");
 }
 
 } // namespace

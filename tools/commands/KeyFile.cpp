@@ -19,21 +19,25 @@ namespace
 void Show(const CArguments& arguments, const KeyFile& file)
 {
     if (arguments.Has("--json")) {
+        nlohmann::json warnings = nlohmann::json::array();
+        for (const AccessWarning& warning : file.warnings) {
+            warnings.push_back(JsonText(warning.sText));
+        }
         return PrintJson({{"file", JsonText(file.sPath)},
                           {"size", file.uSize},
-                          {"mode", file.sMode},
-                          {"owner", JsonText(file.sOwner)},
-                          {"group", JsonText(file.sGroup)},
-                          {"warnings", JsonTexts(file.warnings)}});
+                          {"mode", file.access.sMode},
+                          {"owner", JsonText(file.access.sOwner)},
+                          {"group", JsonText(file.access.sGroup)},
+                          {"warnings", warnings}});
     }
     Print(Columns({{"file", Display(file.sPath)},
                    {"size", std::to_string(file.uSize)},
-                   {"mode", file.sMode},
-                   {"owner", Display(file.sOwner)},
-                   {"group", Display(file.sGroup)}}));
+                   {"mode", file.access.sMode},
+                   {"owner", Display(file.access.sOwner)},
+                   {"group", Display(file.access.sGroup)}}));
     FlushOutput();
-    for (const std::string& sWarning : file.warnings) {
-        Complain("sharedstore: warning: " + Display(file.sPath) + ": " + sWarning);
+    for (const AccessWarning& warning : file.warnings) {
+        Complain("sharedstore: warning: " + Display(file.sPath) + ": " + warning.sText);
     }
 }
 

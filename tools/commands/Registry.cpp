@@ -8,7 +8,6 @@
 #include "support/File.h"
 #include "support/Output.h"
 #include "support/Registry.h"
-#include "support/RegistryText.h"
 #include "support/Sources.h"
 #include "support/Text.h"
 
@@ -51,22 +50,6 @@ nlohmann::json ValueJson(const RegistryValue& value)
             {"data", DataJson(value)}};
 }
 
-/// Reads a key's values. What another process deletes meanwhile is left out.
-RegistrySection ReadSection(const KeyPath& key)
-{
-    RegistrySection section{key, {}};
-    for (const ValueInfo& info : ListValues(key)) {
-        try {
-            section.values.push_back(ReadValue(key, info.sName));
-        } catch (const CFailure& failure) {
-            if (failure.Code() != ExitCode::NotFound) {
-                throw;
-            }
-        }
-    }
-    return section;
-}
-
 /// The first bytes of a value, and how many more there are.
 std::string Preview(const Bytes& data)
 {
@@ -85,7 +68,7 @@ void List(const CArguments& arguments, Session&)
     for (const std::string& sName : keys) {
         rows.push_back({Display(sName) + '\\'});
     }
-    for (const RegistryValue& value : ReadSection(key).values) {
+    for (const RegistryValue& value : ReadValues(key)) {
         rows.push_back(
             {value.sName.empty() ? "@" : Display(value.sName), NameOfRegistryType(value.ulType), std::to_string(value.data.size())});
         if (!value.data.empty()) {
@@ -174,40 +157,6 @@ void Delete(const CArguments& arguments, Session&)
     }
 }
 
-void Export(const CArguments& arguments, Session&)
-{
-    std::string sText(RegistryTextHeader);
-    sText += '\n';
-    std::vector<KeyPath> pending = {ParseKeyPath(arguments.Text("KEY"))};
-    while (!pending.empty()) {
-        const KeyPath key = pending.back();
-        pending.pop_back();
-        sText += FormatSection(ReadSection(key));
-        const std::vector<std::string> children = ListKeys(key);
-        for (auto it = children.rbegin(); it != children.rend(); ++it) {
-            pending.push_back(key.Child(*it));
-        }
-    }
-    arguments.Has("--output") ? WriteFile(arguments.Text("--output"), sText, arguments.Has("--force")) : Print(sText);
-}
-
-void Import(const CArguments& arguments, Session& session)
-{
-    const std::string& sFile = arguments.Text("FILE");
-    const Bytes text = ReadData(sFile, session, std::numeric_limits<std::size_t>::max());
-    const std::vector<RegistrySection> sections = ParseRegistryText(View(text), sFile);
-    if (arguments.Has("--dry-run")) {
-        return;
-    }
-    for (const RegistrySection& section : sections) {
-        CKey key(section.key);
-        for (const RegistryValue& value : section.values) {
-            key.Set(value);
-        }
-    }
-}
-
-constexpr Argument KeyArgument = {"KEY", Takes::Positional, "the key's path, HKEY_LOCAL_MACHINE\\Software\\... or HKLM\\Software\\..."};
 constexpr Argument NameArgument = {"NAME", Takes::Positional, "the value's name, maybe empty"};
 constexpr Argument ListArguments[] = {KeyArgument, JsonFlag};
 constexpr Argument GetArguments[] = {KeyArgument, NameArgument, OutputOption, ForceFlag, JsonFlag};
@@ -224,9 +173,6 @@ constexpr Argument SetArguments[] = {
 constexpr Argument DeleteArguments[] = {KeyArgument,
                                         {"NAME", Takes::OptionalPositional, "a value's name; without it the key is deleted"},
                                         {"-r,--recursive", Takes::Flag, "delete the key's sub-keys too"}};
-constexpr Argument ExportArguments[] = {KeyArgument, OutputOption, ForceFlag};
-constexpr Argument ImportArguments[] = {{"FILE", Takes::Positional, "a file that export wrote; '-' is standard input"},
-                                        {"-n,--dry-run", Takes::Flag, "check the file and write nothing"}};
 
 const Command Table[] = {
     {"registry", "list", "list the sub-keys of a key, and its values with type, size and their first bytes in hexadecimal", ListArguments,
@@ -243,10 +189,6 @@ const Command Table[] = {
      "  sharedstore registry delete 'HKLM\\Software\\Example' Count\n"
      "  sharedstore registry delete 'HKLM\\Software\\Example' --recursive\n",
      Delete},
-    {"registry", "export", "write a key and everything below it as text", ExportArguments,
-     "  sharedstore registry export 'HKLM\\Software\\Orvane' --output orvane.reg\n", Export},
-    {"registry", "import", "write what an exported text holds; a faulty text changes nothing", ImportArguments,
-     "  sharedstore registry import orvane.reg\n", Import},
 };
 
 } // namespace

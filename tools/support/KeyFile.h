@@ -3,6 +3,8 @@
 
 #pragma once
 
+#include "support/Access.h"
+
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -19,10 +21,8 @@ struct KeyFile
 {
     std::string sPath;
     std::uintmax_t uSize = 0;
-    std::string sMode; ///< "0600"
-    std::string sOwner;
-    std::string sGroup;
-    std::vector<std::string> warnings; ///< why others may read or replace it
+    FileAccess access;
+    std::vector<AccessWarning> warnings; ///< why others may read or replace it
 };
 
 /// Makes a key file of random bytes, mode 0600, and the folders that are missing above it, mode 0755.

@@ -9,6 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdio>
+#include <cstdlib>
 #include <unistd.h>
 
 namespace Tool
@@ -37,6 +38,14 @@ void Complain(std::string_view sText)
 bool IsTerminalOutput()
 {
     return isatty(STDOUT_FILENO) == 1;
+}
+
+std::string InColour(const std::string& sText, Colour colour)
+{
+    constexpr const char* Codes[] = {"\x1b[31m", "\x1b[32m", "\x1b[33m"}; // by colour
+    const char* pszNoColour = std::getenv("NO_COLOR");
+    const bool bColour = IsTerminalOutput() && (pszNoColour == nullptr || *pszNoColour == '\0');
+    return bColour ? Codes[static_cast<std::size_t>(colour)] + sText + "\x1b[0m" : sText;
 }
 
 void PrintJson(const nlohmann::json& json)

@@ -20,6 +20,11 @@ void Complain(std::string_view sText);
 
 bool IsTerminalOutput();
 
+enum class Colour { Red, Green, Yellow };
+
+/// Text in a colour, plain unless standard output is a terminal and NO_COLOR is not set.
+std::string InColour(const std::string& sText, Colour colour);
+
 void PrintJson(const nlohmann::json& json);
 
 /// Bytes as JSON: a string when they are valid UTF-8, else an object such as {"hex": "c328"}. Nothing

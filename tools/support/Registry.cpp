@@ -135,6 +135,21 @@ RegistryValue ReadValue(const KeyPath& key, const std::string& sName)
     }
 }
 
+std::vector<RegistryValue> ReadValues(const KeyPath& key)
+{
+    std::vector<RegistryValue> values;
+    for (const ValueInfo& info : ListValues(key)) {
+        try {
+            values.push_back(ReadValue(key, info.sName));
+        } catch (const CFailure& failure) {
+            if (failure.Code() != ExitCode::NotFound) {
+                throw;
+            }
+        }
+    }
+    return values;
+}
+
 bool KeyExists(const KeyPath& key)
 {
     PVHKEY hKey = nullptr;

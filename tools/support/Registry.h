@@ -54,6 +54,9 @@ std::vector<ValueInfo> ListValues(const KeyPath& key);
 RegistryValue ReadValue(const KeyPath& key, const std::string& sName);
 bool KeyExists(const KeyPath& key);
 
+/// Reads all values of a key. What another process deletes meanwhile is left out.
+std::vector<RegistryValue> ReadValues(const KeyPath& key);
+
 /// An open key, made when it is missing.
 class CKey
 {

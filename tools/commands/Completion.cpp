@@ -1,0 +1,42 @@
+// SharedStore - PIN and card data cache
+// SPDX-License-Identifier: Apache-2.0
+
+#include "Completion.h"
+
+#include "commands/Commands.h"
+#include "support/Failure.h"
+#include "support/Output.h"
+#include "support/Text.h"
+
+namespace Tool
+{
+
+namespace
+{
+
+void Complete(const CArguments& arguments, Session&)
+{
+    const std::string& sShell = arguments.Text("SHELL");
+    if (sShell != "bash" && sShell != "zsh") {
+        throw CFailure(ExitCode::Usage, "'" + Display(sShell) + "' is no shell that can be served; it is bash or zsh");
+    }
+    Print(sShell == "bash" ? BashCompletion(AllCommands()) : ZshCompletion(AllCommands()));
+}
+
+constexpr Argument Arguments[] = {{"SHELL", Takes::Positional, "bash or zsh"}};
+
+const Command Table[] = {
+    {"completion", "", "write what makes a shell complete commands and options", Arguments,
+     "  source <(sharedstore completion bash)\n"
+     "  sharedstore completion zsh > ~/.zfunc/_sharedstore\n",
+     Complete},
+};
+
+} // namespace
+
+std::span<const Command> CompletionCommands()
+{
+    return Table;
+}
+
+} // namespace Tool

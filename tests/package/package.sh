@@ -8,41 +8,55 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 export LD_LIBRARY_PATH=$library_dir SHAREDSTORE_REGISTRY=$work/registry SHAREDSTORE_LOG=stderr
 strict=(-std=c++17 -Wall -Wextra -Wpedantic -Werror)
+programs=0
 
-# The README's example, word for word.
-readme_example() {
-    sed -n '/^```cpp$/,/^```$/p' "$source/README.md" | sed '1d;$d' >"$work/example.cpp"
-    [[ -s $work/example.cpp ]]
+# The documents' programs: each block of C++ becomes NUMBER.cpp, the text behind it NUMBER.txt, which it must print.
+documented_programs() {
+    awk -v folder="$work" '
+        /^```(cpp|text)$/ { file = /cpp/ ? sprintf("%s/%d.cpp", folder, ++count) : sprintf("%s/%d.txt", folder, count); next }
+        /^```$/ { file = ""; next }
+        file != "" { print >file }' "$source/README.md" "$source/docs/guide.md"
 }
 
-expect_example_output() {
-    local output
-    output=$("$1")
-    echo "$output"
-    [[ $output == "1200 bytes, versions 1/1" ]]
+# usage: expect_documented_output NUMBER PROGRAM
+expect_documented_output() {
+    "$2" | diff -u "$work/$1.txt" -
+    programs=$((programs + 1))
 }
 
 CMakeConsumer() {
-    readme_example
+    documented_programs
     cat >"$work/CMakeLists.txt" <<'END'
 cmake_minimum_required(VERSION 3.25)
 project(Consumer LANGUAGES CXX)
 find_package(SharedStore REQUIRED)
-add_executable(example example.cpp)
-target_link_libraries(example PRIVATE SharedStore::SharedStore)
+file(GLOB programs *.cpp)
+foreach(program IN LISTS programs)
+    cmake_path(GET program STEM name)
+    add_executable(program${name} ${program})
+    target_include_directories(program${name} PRIVATE ${EXAMPLES})
+    target_link_libraries(program${name} PRIVATE SharedStore::SharedStore)
+endforeach()
 END
-    cmake -S "$work" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_CXX_FLAGS="${strict[*]}"
+    cmake -S "$work" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler" \
+        -DCMAKE_CXX_FLAGS="${strict[*]}" -DEXAMPLES="$source/examples"
     cmake --build "$work/build"
-    expect_example_output "$work/build/example"
+    local program
+    for program in "$work"/*.cpp; do
+        program=$(basename "$program" .cpp)
+        expect_documented_output "$program" "$work/build/program$program"
+    done
+    echo "$programs documented programs print what is documented"
+    ((programs == 4))
 }
 
 PkgConfigConsumer() {
-    readme_example
+    documented_programs
     export PKG_CONFIG_PATH=$library_dir/pkgconfig
     local flags
     read -ra flags < <(pkg-config --cflags --libs sharedstore)
-    "$compiler" "${strict[@]}" "$work/example.cpp" "${flags[@]}" -o "$work/example"
-    expect_example_output "$work/example"
+    "$compiler" "${strict[@]}" "$work/1.cpp" "${flags[@]}" -o "$work/example"
+    expect_documented_output 1 "$work/example"
 }
 
 HeadersAlone() {

@@ -12,7 +12,7 @@ endif()
 set(package_dir "${CMAKE_INSTALL_LIBDIR}/cmake/SharedStore")
 
 install(TARGETS ${package_targets} EXPORT SharedStoreTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} NAMELINK_COMPONENT Development)
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime NAMELINK_COMPONENT Development)
 install(EXPORT SharedStoreTargets NAMESPACE SharedStore:: DESTINATION ${package_dir} COMPONENT Development)
 
 # A header is installed unless the list names it as part of the inside.

@@ -10,24 +10,23 @@ lint=(clang-format clang-tidy)
 bench=(libbenchmark-dev libkeyutils-dev libsqlite3-dev python3)
 instructions=(valgrind)
 abi=(python3 python3-clang)
+package=(dpkg-dev file lintian)
+docs=(doxygen)
+groups="build demo test clang lint bench instructions abi package docs"
 
 if (($# == 0)) || [[ $1 == -h || $1 == --help ]]; then
-    echo "usage: scripts/setup.sh GROUP...   with groups build, demo, test, clang, lint, bench, instructions, abi"
+    echo "usage: scripts/setup.sh GROUP...   with groups ${groups// /, }"
     exit $(($# == 0 ? 2 : 0))
 fi
 
 wanted=()
 for group in "$@"; do
-    case $group in
-    build | demo | test | clang | lint | bench | instructions | abi)
-        declare -n packages=$group
-        wanted+=("${packages[@]}")
-        ;;
-    *)
-        echo "scripts/setup.sh: there is no group '$group'; the groups are build, demo, test, clang, lint, bench, instructions, abi" >&2
+    [[ " $groups " == *" $group "* ]] || {
+        echo "scripts/setup.sh: there is no group '$group'; the groups are ${groups// /, }" >&2
         exit 2
-        ;;
-    esac
+    }
+    declare -n packages=$group
+    wanted+=("${packages[@]}")
 done
 
 missing=()

@@ -24,7 +24,7 @@ public:
     {
         SAFEARRAY* psaValue = nullptr;
         Check(m_Client.GetData(m_Store.get(), Bstr(sCompartment).get(), Bstr(sItem).get(), &psaValue), "reading " + sItem);
-        return ToBytes(CArray(psaValue).get());
+        return ToBytes(ArrayPointer(psaValue).get());
     }
 
     void Touch(const std::string& sCompartment)
@@ -41,14 +41,14 @@ public:
     {
         SAFEARRAY* psaIds = nullptr;
         Check(m_Client.ListCompartmentIds(m_Store.get(), Bstr(sCompartment).get(), &psaIds), "listing " + sCompartment);
-        return ToStrings(CArray(psaIds).get());
+        return ToStrings(ArrayPointer(psaIds).get());
     }
 
     std::vector<std::string> Items(const std::string& sCompartment)
     {
         SAFEARRAY* psaIds = nullptr;
         Check(m_Client.ListDataIds(m_Store.get(), Bstr(sCompartment).get(), &psaIds), "listing " + sCompartment);
-        return ToStrings(CArray(psaIds).get());
+        return ToStrings(ArrayPointer(psaIds).get());
     }
 
     struct SVersions
@@ -70,5 +70,5 @@ public:
 
 private:
     OV::DataStore::CStaticDataCacheClient m_Client;
-    CBstr m_Store;
+    StringPointer m_Store;
 };

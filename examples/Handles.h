@@ -25,12 +25,12 @@ struct ArrayDeleter
 {
     void operator()(SAFEARRAY* psa) const { ovSafeArrayDestroy(psa, 0); }
 };
-using CBstr = std::unique_ptr<char, BstrDeleter>;
-using CArray = std::unique_ptr<SAFEARRAY, ArrayDeleter>;
+using StringPointer = std::unique_ptr<char, BstrDeleter>;
+using ArrayPointer = std::unique_ptr<SAFEARRAY, ArrayDeleter>;
 
-inline CBstr Bstr(const std::string& s)
+inline StringPointer Bstr(const std::string& s)
 {
-    return CBstr(SysAllocString(s.c_str()));
+    return StringPointer(SysAllocString(s.c_str()));
 }
 
 inline void Check(HRESULT hr, const std::string& sWhat)
@@ -42,9 +42,9 @@ inline void Check(HRESULT hr, const std::string& sWhat)
     }
 }
 
-template <class TBytes> CArray ToArray(const TBytes& bytes)
+template <class TBytes> ArrayPointer ToArray(const TBytes& bytes)
 {
-    CArray array(SafeArrayCreateVector(VT_UI1, 0, static_cast<unsigned int>(bytes.size())));
+    ArrayPointer array(SafeArrayCreateVector(VT_UI1, 0, static_cast<unsigned int>(bytes.size())));
     void* pData = nullptr;
     Check(SafeArrayAccessData(array.get(), &pData), "SafeArrayAccessData");
     std::copy(bytes.begin(), bytes.end(), static_cast<unsigned char*>(pData));
@@ -68,7 +68,7 @@ inline std::vector<std::string> ToStrings(SAFEARRAY* psa)
     for (int i = 0; psa != nullptr && i < static_cast<int>(psa->rgsabound[0].cElements); ++i) {
         BSTR bstr = nullptr;
         Check(SafeArrayGetElement(psa, &i, &bstr), "SafeArrayGetElement");
-        strings.emplace_back(CBstr(bstr).get());
+        strings.emplace_back(StringPointer(bstr).get());
     }
     return strings;
 }

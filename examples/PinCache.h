@@ -31,7 +31,7 @@ public:
         OV::AuthStore::PINState state = OV::AuthStore::PINStateNotCached;
         SAFEARRAY* psaPin = nullptr;
         m_Client.GetPINEx(m_Card.get(), m_PinId.get(), Need(bEveryUse).Get(), 1, &psaPin, nullptr, &state);
-        const CArray pin(psaPin); // handed out whatever the state is; destroying it wipes it
+        const ArrayPointer pin(psaPin); // handed out whatever the state is; destroying it wipes it
         return pin != nullptr && state == allowed ? ToBytes<Pin>(pin.get()) : Pin();
     }
 
@@ -41,7 +41,7 @@ public:
         SParameter action{Bstr("Action"), Bstr("Authenticate")};
         SAFEARRAY* psaSession = nullptr;
         m_Client.SetPIN(m_Card.get(), m_PinId.get(), ToArray(pin).get(), action.Get(), 1, &psaSession);
-        if (CArray(psaSession) == nullptr) { // with parameters the result code does not tell
+        if (ArrayPointer(psaSession) == nullptr) { // with parameters the result code does not tell
             throw std::runtime_error("the PIN could not be cached");
         }
     }
@@ -56,8 +56,8 @@ private:
     // One additional parameter of an operation.
     struct SParameter
     {
-        CBstr name;
-        CBstr value;
+        StringPointer name;
+        StringPointer value;
         OV::AuthStore::AuthParameter parameter{name.get(), value.get()};
         OV::AuthStore::AuthParameter* Get() { return &parameter; }
     };
@@ -65,6 +65,6 @@ private:
     static SParameter Need(bool bEveryUse) { return {Bstr("IsACRPINAlways"), Bstr(bEveryUse ? "Yes" : "No")}; }
 
     OV::AuthStore::CStaticAuthCacheClient m_Client;
-    CBstr m_Card;
-    CBstr m_PinId = Bstr("User");
+    StringPointer m_Card;
+    StringPointer m_PinId = Bstr("User");
 };

@@ -27,7 +27,7 @@ mkdir -p $packages
 }
 rm -rf $packages/_CPack_Packages
 
-for package in $packages/*.deb; do
+for package in "$packages"/*.deb; do
     echo "$package: $(dpkg-deb --field "$package" Depends)"
 done
 # CPack calls ldconfig from maintainer scripts beside the trigger that Debian wants; that does no harm.

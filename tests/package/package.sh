@@ -5,7 +5,8 @@ set -euo pipefail
 check=$1 prefix=$2 source=$3 compiler=$4
 library_dir=$(dirname "$(find "$prefix" -name libSharedStore.so)")
 work=$(mktemp -d)
-trap 'rm -rf "$work"' EXIT
+service=
+trap 'rm -rf "$work"; [[ -z $service ]] || kill "$service"' EXIT
 export LD_LIBRARY_PATH=$library_dir SHAREDSTORE_REGISTRY=$work/registry SHAREDSTORE_LOG=stderr
 strict=(-std=c++17 -Wall -Wextra -Wpedantic -Werror)
 programs=0
@@ -57,6 +58,43 @@ PkgConfigConsumer() {
     read -ra flags < <(pkg-config --cflags --libs sharedstore)
     "$compiler" "${strict[@]}" "$work/1.cpp" "${flags[@]}" -o "$work/example"
     expect_documented_output 1 "$work/example"
+}
+
+# What the examples print; those of scripts/demo.sh are only built.
+Examples() {
+    cmake -S "$source/examples" -B "$work/build" -G Ninja -DCMAKE_PREFIX_PATH="$prefix" -DCMAKE_CXX_COMPILER="$compiler" \
+        -DCMAKE_CXX_FLAGS="-Werror"
+    cmake --build "$work/build"
+
+    "$work/build/own-platform" | diff -u - <(
+        echo "store BuiltIn of product Platform, shared"
+        printf '%s: 1200 bytes\n' mail signing
+        echo "[SRVSHAREDSTORE] CStaticDataCacheClient::GetData: GetData failed hr = 80070057"
+        echo "after the removal: not there"
+    )
+    [[ ! -e $SHAREDSTORE_REGISTRY ]]
+
+    "$work/build/session-service" "$work/socket" serve &
+    service=$!
+    for ((try = 0; try < 200; ++try)); do
+        [[ -S $work/socket ]] && break
+        sleep 0.05
+    done
+    # A login session, in which $$ is the session's number; other sessions begin with setsid.
+    # shellcheck disable=SC2016
+    setsid --wait bash -c '
+        printf 4938 | "$@" set
+        "$@" get
+        setsid --wait "$@" get
+        "$@" end $$
+        "$@" get
+        printf 4938 | "$@" set
+        printf 5271 | setsid --wait "$@" set' _ "$work/build/session-service" "$work/socket" |
+        diff -u <(printf '%s\n' 'done' 4938 refused 'done' refused refused 'done') -
+    kill "$service"
+    wait "$service"
+    service=
+    [[ ! -e $work/socket ]]
 }
 
 HeadersAlone() {

@@ -67,7 +67,7 @@ struct SRecordState;
 class SHAREDSTORE_API CInternalAuthStore
 {
 public:
-    using SecureString = OV::Framework::SecureString;
+    using SecureString = OV::Framework::SecureString; ///< an identifier or a path
 
     CInternalAuthStore();
     ~CInternalAuthStore();
@@ -133,6 +133,7 @@ public:
     /// @param pnPINState receives what may be done with it, PINStateNotCached on failure; null is E_INVALIDARG
     HRESULT GetPIN(unsigned long dwClientProcessId, BSTR bstrCompartmentId, BSTR bstrPINId, SAFEARRAY* pAdditionalParameters,
                    SAFEARRAY** ppsaPIN, BSTR* pbstrPINSessionId, int* pnPINState);
+    /// As GetPIN, by the PIN session identifier.
     HRESULT GetPINFromPINSessionId(unsigned long dwClientProcessId, BSTR bstrCompartmentId, BSTR bstrPINId, BSTR bstrPINSessionId,
                                    SAFEARRAY* pAdditionalParameters, SAFEARRAY** ppsaPIN, int* pnPINState);
 
@@ -140,12 +141,14 @@ public:
     /// @param pnPINState as for GetPIN
     HRESULT IsPINCached(unsigned long dwClientProcessId, BSTR bstrCompartmentId, BSTR bstrPINId, SAFEARRAY* pAdditionalParameters,
                         BSTR* pbstrPINSessionId, int* pnPINState);
+    /// As IsPINCached, by the PIN session identifier.
     HRESULT IsPINCachedFromPINSessionId(unsigned long dwClientProcessId, BSTR bstrCompartmentId, BSTR bstrPINId, BSTR bstrPINSessionId,
                                         SAFEARRAY* pAdditionalParameters, int* pnPINState);
 
     /// Sets a record's PIN Always state: available for PINStateCached, else unavailable.
     HRESULT ChangePINState(unsigned long dwClientProcessId, BSTR bstrCompartmentId, BSTR bstrPINId, SAFEARRAY* pAdditionalParameters,
                            int nState);
+    /// As ChangePINState, by the PIN session identifier.
     HRESULT ChangePINStateFromPINSessionId(unsigned long dwClientProcessId, BSTR bstrCompartmentId, BSTR bstrPINId, BSTR bstrPINSessionId,
                                            SAFEARRAY* pAdditionalParameters, int nState);
 
@@ -159,6 +162,7 @@ public:
     /// @return for all sessions: S_OK when one was removed and none failed; the first failure, which does not
     ///         stop the walk; E_INVALIDARG when there was none
     HRESULT RemovePIN(unsigned long dwClientProcessId, BSTR bstrCompartmentId, BSTR bstrPINId, SAFEARRAY* pAdditionalParameters);
+    /// As RemovePIN, by the PIN session identifier.
     HRESULT RemovePINFromPINSessionId(unsigned long dwClientProcessId, BSTR bstrCompartmentId, BSTR bstrPINId, BSTR bstrPINSessionId,
                                       SAFEARRAY* pAdditionalParameters);
 

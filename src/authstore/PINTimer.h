@@ -21,8 +21,8 @@ inline constexpr unsigned long DroppedTimer = ~0UL;
 /// A record's timer as its store sees it. The count tells it from a later timer of the same path.
 struct SPINTimer
 {
-    std::unique_ptr<OV::Framework::ITimer> pTimer;
-    std::shared_ptr<PINUseCount> pUses;
+    std::unique_ptr<OV::Framework::ITimer> pTimer; ///< calls back with the same count
+    std::shared_ptr<PINUseCount> pUses;            ///< shared with the callback
 };
 
 /// What a store tells of a record without counting as a use of it.
@@ -34,7 +34,8 @@ struct SPINInfo
     long lSecondsLeft = -1;                           ///< until it expires when it is not used; -1: unknown, or never
 };
 
-/// Timers by path, at most one each, and those that wait for their deletion. Entries move from the one to
+/// Timers by path, at most one each, and in DroppedPINTimers those that wait for their deletion. Entries move from the one to
 /// the other as they are, so dropping a timer never runs out of memory.
 using PINTimers = std::map<OV::Framework::SecureString, SPINTimer>;
+/// As PINTimers, but a path can have several.
 using DroppedPINTimers = std::multimap<OV::Framework::SecureString, SPINTimer>;

@@ -17,6 +17,7 @@ struct SPINTimerRecord;
 class SHAREDSTORE_API CTimerCallbackFunction : public OV::Framework::ITimerCallbackFunction
 {
 public:
+    /// @param pRecord what the timer is for
     explicit CTimerCallbackFunction(std::unique_ptr<SPINTimerRecord> pRecord);
     ~CTimerCallbackFunction() override;
 

@@ -22,7 +22,7 @@ namespace OV::AuthStore
 /// | "CheckClientCaller" | "Yes", anything                               | accepted, without effect                       |
 struct AuthParameter
 {
-    BSTR bstrName;
+    BSTR bstrName;  ///< one of the table
     BSTR bstrValue; ///< may not be empty
 };
 

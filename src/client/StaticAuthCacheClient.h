@@ -80,6 +80,7 @@ public:
     /// @param ppsaPINSessionId receives the bytes of the PIN's session identifier
     HRESULT SetPIN(BSTR bstrCompartmentId, BSTR bstrPINId, SAFEARRAY* psaPIN, AuthParameter* pParams, unsigned long ulCount,
                    SAFEARRAY** ppsaPINSessionId);
+    /// As SetPIN, in the session of a PIN that was stored before.
     HRESULT SetPINFromPINSessionId(BSTR bstrCompartmentId, BSTR bstrPINId, SAFEARRAY* psaPINSessionId, SAFEARRAY* psaPIN,
                                    AuthParameter* pParams, unsigned long ulCount);
 
@@ -88,13 +89,16 @@ public:
     /// @param ppsaPIN receives the PIN as it was stored
     /// @param ppsaPINSessionId receives the bytes of its session identifier; when they can't be made, the result is E_FAIL
     ///        though the PIN and its state have been handed out
-    /// @param pState receives what may be done with the PIN
     HRESULT GetPIN(BSTR bstrCompartmentId, BSTR bstrPINId, AuthParameter* pParams, unsigned long ulCount, SAFEARRAY** ppsaPIN,
                    SAFEARRAY** ppsaPINSessionId);
+    /// As GetPIN.
+    /// @param pState receives what may be done with the PIN
     HRESULT GetPINEx(BSTR bstrCompartmentId, BSTR bstrPINId, AuthParameter* pParams, unsigned long ulCount, SAFEARRAY** ppsaPIN,
                      SAFEARRAY** ppsaPINSessionId, PINState* pState);
+    /// As GetPIN, by the PIN session identifier.
     HRESULT GetPINFromPINSessionId(BSTR bstrCompartmentId, BSTR bstrPINId, SAFEARRAY* psaPINSessionId, AuthParameter* pParams,
                                    unsigned long ulCount, SAFEARRAY** ppsaPIN);
+    /// As GetPINEx, by the PIN session identifier.
     HRESULT GetPINFromPINSessionIdEx(BSTR bstrCompartmentId, BSTR bstrPINId, SAFEARRAY* psaPINSessionId, AuthParameter* pParams,
                                      unsigned long ulCount, SAFEARRAY** ppsaPIN, PINState* pState);
 
@@ -102,21 +106,27 @@ public:
     /// @param pbCached receives 1 for PINStateCached, 0 for any other state
     HRESULT IsPINCached(BSTR bstrCompartmentId, BSTR bstrPINId, AuthParameter* pParams, unsigned long ulCount, SAFEARRAY** ppsaPINSessionId,
                         int* pbCached);
+    /// As IsPINCached.
+    /// @param pState receives what may be done with the PIN
     HRESULT IsPINCachedEx(BSTR bstrCompartmentId, BSTR bstrPINId, AuthParameter* pParams, unsigned long ulCount,
                           SAFEARRAY** ppsaPINSessionId, PINState* pState);
+    /// As IsPINCached, by the PIN session identifier.
     HRESULT IsPINCachedFromPINSessionId(BSTR bstrCompartmentId, BSTR bstrPINId, SAFEARRAY* psaPINSessionId, AuthParameter* pParams,
                                         unsigned long ulCount, int* pbCached);
+    /// As IsPINCachedEx, by the PIN session identifier.
     HRESULT IsPINCachedFromPINSessionIdEx(BSTR bstrCompartmentId, BSTR bstrPINId, SAFEARRAY* psaPINSessionId, AuthParameter* pParams,
                                           unsigned long ulCount, PINState* pState);
 
     /// Removes a PIN.
     HRESULT RemovePIN(BSTR bstrCompartmentId, BSTR bstrPINId, AuthParameter* pParams, unsigned long ulCount);
+    /// As RemovePIN, by the PIN session identifier.
     HRESULT RemovePINFromPINSessionId(BSTR bstrCompartmentId, BSTR bstrPINId, SAFEARRAY* psaPINSessionId, AuthParameter* pParams,
                                       unsigned long ulCount);
 
     /// Gives (PINStateCached) or takes (any other) the permission to use a PIN once for a key that needs it on
     /// every use.
     HRESULT ChangePINState(BSTR bstrCompartmentId, BSTR bstrPINId, AuthParameter* pParams, unsigned long ulCount, PINState state);
+    /// As ChangePINState, by the PIN session identifier.
     HRESULT ChangePINStateFromPINSessionId(BSTR bstrCompartmentId, BSTR bstrPINId, SAFEARRAY* psaPINSessionId, AuthParameter* pParams,
                                            unsigned long ulCount, PINState state);
 

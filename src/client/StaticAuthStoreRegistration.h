@@ -32,4 +32,5 @@ public:
 
 } // namespace OV::AuthStore
 
+/// The one directory of the process.
 extern SHAREDSTORE_API OV::AuthStore::StaticAuthStoreRegistration gStaticAuthStoreRegistration;

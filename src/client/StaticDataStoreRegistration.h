@@ -29,4 +29,5 @@ public:
 
 } // namespace OV::DataStore
 
+/// The one directory of the process.
 extern SHAREDSTORE_API OV::DataStore::StaticDataStoreRegistration gStaticDataStoreRegistration;

@@ -22,7 +22,7 @@
 template <class Store> class CStoreDirectory
 {
 public:
-    using SecureString = OV::Framework::SecureString;
+    using SecureString = OV::Framework::SecureString; ///< an identifier or a path
 
     CStoreDirectory() = default;
     CStoreDirectory(const CStoreDirectory&) = delete;
@@ -72,8 +72,9 @@ public:
         return stores;
     }
 
-    /// Takes the directory's lock for a fork, and gives it back.
+    /// Takes the directory's lock for a fork.
     void HoldForFork() SHAREDSTORE_NO_THREAD_SAFETY_ANALYSIS { m_Lock.Lock(); }
+    /// Gives it back, in the parent or in the child.
     void ReleaseAfterFork(bool bInChild) SHAREDSTORE_NO_THREAD_SAFETY_ANALYSIS
     {
         if (bInChild) {

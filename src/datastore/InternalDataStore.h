@@ -40,7 +40,7 @@ class CSafeArray;
 class SHAREDSTORE_API CInternalDataStore
 {
 public:
-    using SecureString = OV::Framework::SecureString;
+    using SecureString = OV::Framework::SecureString; ///< an identifier or a path
 
     CInternalDataStore();
     ~CInternalDataStore();

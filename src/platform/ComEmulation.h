@@ -169,10 +169,12 @@ SHAREDSTORE_API void ovSysFreeString(BSTR bstr, int nReserved);
 
 } // extern "C"
 
+/// @return whether a result is none of a failure
 constexpr bool SUCCEEDED(HRESULT hr)
 {
     return hr >= 0;
 }
+/// @return whether a result is one of a failure
 constexpr bool FAILED(HRESULT hr)
 {
     return hr < 0;

@@ -23,7 +23,7 @@ class SHAREDSTORE_API IException
 {
 public:
     virtual ~IException() = default;
-    virtual unsigned int GetErrorCode() const = 0;
+    virtual unsigned int GetErrorCode() const = 0; ///< see the class
 };
 
 /// Parameters of an algorithm (none are defined yet).
@@ -31,7 +31,7 @@ class SHAREDSTORE_API IAlgorithmParameters
 {
 public:
     virtual ~IAlgorithmParameters() = default;
-    static IAlgorithmParameters* Create();
+    static IAlgorithmParameters* Create(); ///< for the caller
 };
 
 /// An algorithm by its name.
@@ -55,7 +55,7 @@ public:
     virtual void SetIV(const SecureBytes& iv) = 0;                 ///< as long as a block: 16 bytes for AES
     virtual void SetKeyType(const char* pszKeyType) = 0;           ///< "TypeVolatile"
     virtual void SetKeyLabel(const char* pszKeyLabel) = 0;         ///< a name for logs and debuggers, any text
-    static ICryptoParserParameterMap* Create();
+    static ICryptoParserParameterMap* Create();                    ///< empty, for the caller
 };
 
 /// A secret key. Its bytes live in memory that is kept out of swap and core dumps where the
@@ -79,6 +79,8 @@ public:
     /// @param uBytes length of the key: 16, 24 or 32 for AES
     /// @return a new key for the caller
     virtual IKey* Generate(unsigned int uBytes) = 0;
+
+    /// Throws for an unknown key type.
     static KeyGenerator* Create(IAlgorithm* pAlgorithm, ICryptoParserParameterMap* pParams);
 };
 
@@ -134,7 +136,7 @@ public:
     /// callback means that it was started anew after the expiry that the callback is for. A platform that
     /// can't tell answers UnknownTime. Any thread.
     virtual long GetSecondsLeft() const { return UnknownTime; }
-    static constexpr long UnknownTime = -1;
+    static constexpr long UnknownTime = -1; ///< of GetSecondsLeft
 
     /// @param nSeconds period, from 0 (fires at once) to 4294967295
     /// @param pCallback called once per start; the timer takes ownership, also when this throws

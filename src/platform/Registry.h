@@ -72,15 +72,15 @@ enum : long {
 /// A key name in a listing, NUL-terminated: key names have 1 to 254 bytes.
 struct ovRegKey
 {
-    char szName[255];
+    char szName[255]; ///< of the key
 };
 
 /// A value in a listing: NUL-terminated name (0 to 255 bytes), type and size of the data in bytes.
 struct ovRegValue
 {
-    char szName[256];
-    unsigned long ulType;
-    unsigned long ulSize;
+    char szName[256];     ///< of the value
+    unsigned long ulType; ///< one of REG_*
+    unsigned long ulSize; ///< of its data
 };
 
 /// Opens a key, and makes it and its missing parents when it does not exist.

@@ -33,9 +33,10 @@ inline void WipeMemory(void* pMemory, std::size_t uBytes) noexcept
 template <class T> class secallocator
 {
 public:
-    using value_type = T;
+    using value_type = T; ///< as a standard allocator has it
 
     secallocator() noexcept = default;
+    /// All of them are equal.
     template <class U> secallocator(const secallocator<U>&) noexcept {}
 
     /// Memory for uCount objects from the global operator new. Throws std::bad_alloc, and
@@ -55,7 +56,9 @@ public:
         ::operator delete(pMemory);
     }
 
+    /// They have no state in which they could differ.
     friend bool operator==(const secallocator&, const secallocator&) noexcept { return true; }
+    /// Never true.
     friend bool operator!=(const secallocator&, const secallocator&) noexcept { return false; }
 };
 

@@ -133,7 +133,7 @@ ExternalPlatform() {
     local library
     library=$(find "$work/external" -name libSharedStore.so)
     readelf --dynamic "$library" | grep NEEDED | tee "$work/needed"
-    ! grep -q SharedStoreHost "$work/needed"
+    [[ $(<"$work/needed") != *SharedStoreHost* ]]
     nm --dynamic --undefined-only "$library" | grep -w pvlogLog
 }
 

@@ -86,8 +86,8 @@ public:
 
 /// Encrypts or decrypts whole messages. One thread at a time.
 ///
-/// From its first message until it is deleted it holds an expanded copy of the key in ordinary
-/// memory, which can be swapped out: keep it for one operation only.
+/// From its first message until it is deleted it holds an expanded copy of the key in ordinary memory, which can be
+/// swapped out or dumped.
 class SHAREDSTORE_API Cipher
 {
 public:

@@ -5,6 +5,8 @@
 
 #include "support/Sanitizers.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
@@ -21,7 +23,10 @@
 class CSecret
 {
 public:
-    explicit CSecret(std::size_t uSize) : m_sBytes(m_pShared, uSize) { getrandom(m_pShared, uSize, 0); }
+    explicit CSecret(std::size_t uSize) : m_sBytes(m_pShared, uSize)
+    {
+        EXPECT_EQ(getrandom(m_pShared, uSize, 0), static_cast<ssize_t>(uSize));
+    }
 
     std::string_view Bytes() const { return m_sBytes; }
 

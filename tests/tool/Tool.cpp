@@ -40,7 +40,7 @@ std::string CToolTest::Succeed(const std::vector<std::string>& arguments, const 
 
 std::string CToolTest::RunShell() const
 {
-    (void)std::system(("cd '" + m_Folder.string() + "' && bash script >out 2>err").c_str());
+    EXPECT_NE(std::system(("cd '" + m_Folder.string() + "' && bash script >out 2>err").c_str()), -1);
     return Content("out");
 }
 

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
 #include "Tool.h"
+#include "support/Sanitizers.h"
 
 #include <cstdlib>
 #include <regex>
@@ -62,7 +63,10 @@ TEST_F(ToolDoctorTest, OpenFilesStaleReadersAndDamage_AreFound)
     Write("script", "coproc " SHAREDSTORE_TOOL " run -\n"
                     "echo store list >&${COPROC[1]}; read -r line <&${COPROC[0]}\n"
                     "(ulimit -f 0; exec " SHAREDSTORE_TOOL " store list >cut) 2>/dev/null\n" SHAREDSTORE_TOOL " registry check --json\n");
-    EXPECT_EQ(nlohmann::json::parse(RunShell())["readersFreed"], 1);
+    const nlohmann::json checked = nlohmann::json::parse(RunShell());
+    if (!UnderThreadSanitizer) { // under it a signal that ends a process leaves no reader behind
+        EXPECT_EQ(checked["readersFreed"], 1);
+    }
 
     std::filesystem::permissions(sFile, std::filesystem::perms(0644));
     const std::string sBefore = Content(sFile);

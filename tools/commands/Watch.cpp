@@ -27,7 +27,7 @@ using std::chrono::milliseconds;
 
 constexpr std::uint64_t MaxSeconds = std::uint64_t{365} * 24 * 60 * 60;
 constexpr std::uint64_t DefaultInterval = 1000;
-constexpr std::uint64_t MaxInterval = 1000 * 60 * 60;
+constexpr std::uint64_t MaxInterval = std::uint64_t{1000} * 60 * 60;
 
 /// While it lives, the signals that end a command wait until they are asked for: none comes in the middle of a line.
 class CStopSignals

@@ -8,6 +8,13 @@ set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
+# The build folders of several presets hold the same objects: a compiler cache makes them once.
+find_program(SHAREDSTORE_CCACHE ccache)
+mark_as_advanced(SHAREDSTORE_CCACHE)
+if(SHAREDSTORE_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${SHAREDSTORE_CCACHE})
+endif()
+
 # An installation finds its own libraries under whatever prefix it lies; packagers who set the linker's path
 # configure with -DCMAKE_SKIP_INSTALL_RPATH=ON.
 file(RELATIVE_PATH bin_to_lib "/${CMAKE_INSTALL_BINDIR}" "/${CMAKE_INSTALL_LIBDIR}")
@@ -29,6 +36,8 @@ add_compile_options(
     "$<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict;-Wno-stringop-overread>"
     # With a sanitizer's code in between, g++ can't tell what is initialised (it says so in its manual).
     "$<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:${sanitized}>>:-Wno-maybe-uninitialized>"
+    # With several sources to a unit, g++ takes their anonymous namespaces for those of headers.
+    "$<$<AND:$<CXX_COMPILER_ID:GNU>,$<BOOL:${CMAKE_UNITY_BUILD}>>:-Wno-subobject-linkage>"
     # A process must be able to unload the libraries, which GNU's unique symbols forbid.
     $<$<CXX_COMPILER_ID:GNU>:-fno-gnu-unique>
     -fstack-protector-strong

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Checks the format of all sources and runs clang-tidy over them. Needs a configured preset dev-clang.
+# Checks the format of all sources and runs clang-tidy over them. It looks at the sources as the
+# preset fuzz puts them together, several to a unit, so that it reads what they include once.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -9,14 +10,12 @@ while IFS= read -r file; do
 done < <(git ls-files -co --exclude-standard '*.h' '*.cpp')
 clang-format --dry-run -Werror "${sources[@]}"
 
-[[ -f build/dev-clang/compile_commands.json ]] || cmake --preset dev-clang >/dev/null
-units=()
-for file in "${sources[@]}"; do
-    [[ $file =~ ^(src|host|tools)/.*\.cpp$ ]] && units+=("$file")
-done
+[[ -f build/fuzz/compile_commands.json ]] || cmake --preset fuzz >/dev/null
+mapfile -t units < <(sed -n 's/^ *"file": "\(.*\)",\?$/\1/p' build/fuzz/compile_commands.json |
+    grep -E "^$PWD/(build/fuzz/)?(src|host|tools)/")
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-printf '%s\0' "${units[@]}" | xargs -0 -n 1 -P "$(nproc)" clang-tidy -p build/dev-clang --quiet '--warnings-as-errors=*' >"$log" 2>&1 || {
+printf '%s\0' "${units[@]}" | xargs -0 -n 1 -P "$(nproc)" clang-tidy -p build/fuzz --quiet '--warnings-as-errors=*' >"$log" 2>&1 || {
     grep -vE '^[0-9]+ warnings? generated|^Suppressed|^Use -header-filter' "$log" >&2
     exit 1
 }

@@ -2,7 +2,7 @@
 # Installs the Debian packages that a task needs and that are missing. Silent when there is nothing to do.
 set -euo pipefail
 
-build=(g++ cmake ninja-build pkg-config libssl-dev liblmdb-dev libspdlog-dev libcli11-dev nlohmann-json3-dev)
+build=(g++ ccache cmake ninja-build pkg-config libssl-dev liblmdb-dev libspdlog-dev libcli11-dev nlohmann-json3-dev)
 demo=(ca-certificates openssl libp11-kit-dev softhsm2)
 test=(libgtest-dev)
 clang=(clang libclang-rt-14-dev)

@@ -5,8 +5,9 @@ cd "$(dirname "$0")/.."
 
 usage="usage: scripts/test.sh [--lint] [--fuzz SECONDS] [PRESET...]
 
-Builds and tests each PRESET (default: release): release, dev, asan, tsan; with -clang behind it for clang++.
-  --lint           also check the format and run clang-tidy
+Builds and tests each PRESET (default: release): release, dev, asan, tsan, with -clang behind it for clang++; and fuzz,
+which is asan-clang with the fuzzers.
+  --lint           also check the format, the binary interface and the picture of the rooms, and run clang-tidy
   --fuzz SECONDS   also run each fuzzer that long (scripts/fuzz.sh)"
 
 fail_usage() {
@@ -29,7 +30,7 @@ while (($#)); do
         [[ $fuzz =~ ^[1-9][0-9]{0,6}$ ]] || fail_usage "--fuzz needs a number of seconds from 1"
         shift
         ;;
-    dev | release | asan | tsan | dev-clang | release-clang | asan-clang | tsan-clang) presets+=("$1") ;;
+    dev | release | asan | tsan | fuzz | dev-clang | release-clang | asan-clang | tsan-clang) presets+=("$1") ;;
     *) fail_usage "there is no preset '$1'" ;;
     esac
     shift
@@ -37,8 +38,7 @@ done
 ((${#presets[@]})) || presets=(release)
 
 groups=(build test)
-[[ ${presets[*]} == *-clang* ]] && groups+=(clang)
-[[ " ${presets[*]}" == *" dev"* ]] && groups+=(abi)
+[[ ${presets[*]} == *-clang* || ${presets[*]} == *fuzz* ]] && groups+=(clang)
 $lint && groups+=(clang lint)
 scripts/setup.sh "${groups[@]}"
 
@@ -55,6 +55,7 @@ done
 if $lint; then
     echo "== lint"
     scripts/lint.sh
+    scripts/abi.sh
 fi
 if [[ -n $fuzz ]]; then
     echo "== fuzz"

@@ -88,7 +88,7 @@ std::string CommandText(const Command& command)
     return sText + Literal(command.pszExamples);
 }
 
-std::string SectionText(const HelpSection& section)
+std::string RoffSection(const HelpSection& section)
 {
     std::string sText = Heading(section.pszTitle);
     for (const HelpRow& row : section.rows) {
@@ -109,7 +109,7 @@ std::string Manual(const std::vector<Command>& commands)
         sText += CommandText(command);
     }
     for (const HelpSection& section : Conventions()) {
-        sText += SectionText(section);
+        sText += RoffSection(section);
     }
     return sText + Heading("Examples") + Literal(OverviewExamples);
 }

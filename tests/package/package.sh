@@ -119,14 +119,9 @@ ExportedSymbols() {
     done
 }
 
-# Programs that were built with an earlier package still run with this one. "scripts/abi.sh --update" takes a change over.
-Abi() {
-    "$source/tests/package/abi.py" "$prefix" "$source/tests/package/abi.txt"
-}
-
 # Built against the declarations alone, the library leaves every platform symbol to its user.
 ExternalPlatform() {
-    cmake -S "$source" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Debug \
+    cmake -S "$source" -B "$work/build" -G Ninja -DCMAKE_CXX_COMPILER="$compiler" -DCMAKE_BUILD_TYPE=Release \
         -DSHAREDSTORE_PLATFORM=external -DSHAREDSTORE_BUILD_TOOLS=OFF -DBUILD_TESTING=OFF
     cmake --build "$work/build"
     cmake --install "$work/build" --prefix "$work/external"

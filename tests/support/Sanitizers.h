@@ -3,12 +3,22 @@
 
 #pragma once
 
-// Present under a sanitizer.
-extern "C" __attribute__((weak)) void __asan_init();
-extern "C" __attribute__((weak)) void __tsan_init();
+#ifndef __has_feature // clang++ has features where g++ has macros
+#define __has_feature(feature) 0
+#endif
 
-inline const bool UnderAddressSanitizer = __asan_init != nullptr;
+#if defined(__SANITIZE_ADDRESS__) || __has_feature(address_sanitizer)
+inline constexpr bool UnderAddressSanitizer = true;
+#else
+inline constexpr bool UnderAddressSanitizer = false;
+#endif
+
 /// It cannot follow a forked child that starts a thread.
-inline const bool UnderThreadSanitizer = __tsan_init != nullptr;
+#if defined(__SANITIZE_THREAD__) || __has_feature(thread_sanitizer)
+inline constexpr bool UnderThreadSanitizer = true;
+#else
+inline constexpr bool UnderThreadSanitizer = false;
+#endif
+
 /// Their heaps keep what is freed, their allocators need not survive a fork, and mlock does nothing.
-inline const bool UnderSanitizer = UnderAddressSanitizer || UnderThreadSanitizer;
+inline constexpr bool UnderSanitizer = UnderAddressSanitizer || UnderThreadSanitizer;

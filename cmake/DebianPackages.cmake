@@ -37,7 +37,13 @@ set(runtime libsharedstore${PROJECT_VERSION_MAJOR})
 set(abi "${PROJECT_VERSION_MAJOR} ${runtime} (>= ${PROJECT_VERSION})")
 file(WRITE ${documents}/shlibs "libSharedStore ${abi}\nlibSharedStoreHost ${abi}\n")
 file(WRITE ${documents}/triggers "activate-noawait ldconfig\n")
-set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${documents}/shlibs ${documents}/triggers)
+find_program(GENSYMBOLS dpkg-gensymbols REQUIRED)
+add_custom_target(debian_symbols ALL
+    COMMAND ${GENSYMBOLS} -q -p${runtime} -v${PROJECT_VERSION} -O${documents}/symbols
+        -e$<TARGET_FILE:SharedStore> -e$<TARGET_FILE:SharedStoreHost>
+    DEPENDS SharedStore SharedStoreHost
+    VERBATIM)
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_CONTROL_EXTRA ${documents}/shlibs ${documents}/symbols ${documents}/triggers)
 execute_process(COMMAND ${GZIP} --best --no-name --force --keep ${documents}/changelog COMMAND_ERROR_IS_FATAL ANY)
 
 # debian_package(COMPONENT NAME SECTION DESCRIPTION [DEPENDS])

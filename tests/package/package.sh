@@ -11,11 +11,12 @@ export LD_LIBRARY_PATH=$library_dir SHAREDSTORE_REGISTRY=$work/registry SHAREDST
 strict=(-std=c++17 -Wall -Wextra -Wpedantic -Werror)
 programs=0
 
-# The documents' programs: each block of C++ becomes NUMBER.cpp, the text behind it NUMBER.txt, which it must print.
+# The documents' programs: each block of C++ becomes NUMBER.cpp, the next text behind it NUMBER.txt, which it must print.
 documented_programs() {
     awk -v folder="$work" '
-        /^```(cpp|text)$/ { file = /cpp/ ? sprintf("%s/%d.cpp", folder, ++count) : sprintf("%s/%d.txt", folder, count); next }
-        /^```$/ { file = ""; next }
+        /^```cpp$/ { file = sprintf("%s/%d.cpp", folder, ++count); next }
+        /^```text$/ && printed < count { file = sprintf("%s/%d.txt", folder, printed = count); next }
+        /^```/ { file = ""; next }
         file != "" { print >file }' "$source/README.md" "$source/docs/guide.md"
 }
 

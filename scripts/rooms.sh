@@ -79,7 +79,7 @@ for room in $(tac <<<"$order"); do
 done
 
 library() { # ROOT NAME
-    echo "    subgraph $1 [\"$2\"]"
+    echo "    subgraph $1 [\"$1/, $2\"]"
     grep "^$1/" <<<"$rooms" | sed 's/^/        /'
     echo "    end"
 }

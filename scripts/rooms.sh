@@ -2,6 +2,7 @@
 # Draws which room includes headers of which other, from the #include lines, into docs/architecture.md.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+export LC_ALL=C # for one order everywhere
 
 usage="usage: scripts/rooms.sh [--update]
 
@@ -45,15 +46,16 @@ room_of_header() { # FOLDER HEADER
 # Which rooms there are, and which a room includes headers of: "ROOM" and "ROOM OTHER" are keys.
 declare -A is_room uses
 while IFS= read -r file; do
+    [[ -f $file ]] || continue
     room=$(room_of "$file")
     is_room[$room]=1
     while IFS= read -r header; do
-        if ! other=$(room_of_header "${file%/*}" "$header"); then
-            fail "$file includes \"$header\", which is in no room"
-        elif [[ $other != "$room" ]]; then
-            uses["$room $other"]=1
+        if other=$(room_of_header "${file%/*}" "${header:1:-1}"); then
+            [[ $other == "$room" ]] || uses["$room $other"]=1
+        elif [[ $header == \"* ]]; then
+            fail "$file includes $header, which is in no room"
         fi
-    done < <(sed -n 's/^#include "\(.*\)".*/\1/p' "$file")
+    done < <(sed -n 's/^#include \([<"].*[>"]\).*/\1/p' "$file")
 done < <(git ls-files -co --exclude-standard {src,host,tools,examples}/'*.h' {src,host,tools,examples}/'*.cpp')
 
 # From top to bottom. A circle has none: tsort complains and names its rooms.

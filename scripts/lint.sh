@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks the format of all sources and runs clang-tidy over them. It looks at the sources as the
+# Checks the format of all sources and the picture of the rooms, and runs clang-tidy over the sources. It looks at the sources as the
 # preset fuzz puts them together, several to a unit, so that it reads what they include once.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -9,6 +9,7 @@ while IFS= read -r file; do
     [[ -f $file ]] && sources+=("$file")
 done < <(git ls-files -co --exclude-standard '*.h' '*.cpp')
 clang-format --dry-run -Werror "${sources[@]}"
+scripts/rooms.sh
 
 [[ -f build/fuzz/compile_commands.json ]] || cmake --preset fuzz >/dev/null
 mapfile -t units < <(sed -n 's/^ *"file": "\(.*\)",\?$/\1/p' build/fuzz/compile_commands.json |

@@ -73,4 +73,14 @@ long InspectRegistry(SInspection& inspection, std::string& sReason) noexcept
     });
 }
 
+long ReadRegistryState(std::uint64_t& uState) noexcept
+{
+    return Run(true, [&](CDatabase& database) {
+        return database.Read([&](const CTransaction& transaction) {
+            uState = transaction.Id();
+            return long{ERROR_SUCCESS};
+        });
+    });
+}
+
 } // namespace Registry

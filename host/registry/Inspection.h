@@ -45,6 +45,11 @@ struct SInspection
 /// @return a code of platform/Registry.h
 SHAREDSTORE_API long InspectRegistry(SInspection& inspection, std::string& sReason) noexcept;
 
+/// A number that every commit to the registry changes, from whichever process, for those who wait for changes. Costs
+/// next to nothing.
+/// @return a code of platform/Registry.h
+SHAREDSTORE_API long ReadRegistryState(std::uint64_t& uState) noexcept;
+
 /// Writes a consistent copy of the registry to a folder, which is made when it is missing and must not hold a registry;
 /// other processes read and write meanwhile. The copy has no free pages, mode 0600 and was checked before it gets its name.
 /// @param counts what the copy holds

@@ -6,6 +6,7 @@
 #include "support/CodeNames.h"
 #include "support/Failure.h"
 #include "support/Output.h"
+#include "support/Progress.h"
 #include "support/Store.h"
 #include "support/Text.h"
 #include "support/Value.h"
@@ -60,8 +61,9 @@ Item ReadItem(CStore& store, const std::string& sPath, const std::string& sItem)
 }
 
 /// @param uDepth number of compartments above
-Node ReadNode(CStore& store, const std::string& sPath, const std::string& sName, std::size_t uDepth)
+Node ReadNode(CStore& store, const std::string& sPath, const std::string& sName, std::size_t uDepth, CProgress& progress)
 {
+    progress.Step();
     if (uDepth > MaxDepth) {
         throw CFailure(ExitCode::Failed, "the store is deeper than " + std::to_string(MaxDepth) +
                                              " compartments; 'sharedstore compartment list' shows it level by level");
@@ -79,9 +81,15 @@ Node ReadNode(CStore& store, const std::string& sPath, const std::string& sName,
             node.items.push_back({"/", "", 0, "compartments whose path begins with '/' can't be drawn"});
             continue;
         }
-        node.compartments.push_back(ReadNode(store, sChildPath, sChild, uDepth + 1));
+        node.compartments.push_back(ReadNode(store, sChildPath, sChild, uDepth + 1, progress));
     }
     return node;
+}
+
+Node ReadAll(CStore& store)
+{
+    CProgress progress("compartments read", 0);
+    return ReadNode(store, std::string(WholeStore), store.Id(), 0, progress);
 }
 
 std::string Versions(const Node& node)
@@ -150,7 +158,7 @@ std::size_t CountProblems(const Node& node)
 void Tree(const CArguments& arguments, Session& session)
 {
     CStore store(session, arguments.Text("STORE"));
-    const Node root = ReadNode(store, std::string(WholeStore), store.Id(), 0);
+    const Node root = ReadAll(store);
     arguments.Has("--json") ? PrintJson(Json(root)) : Print(Drawing(store, root));
     if (const std::size_t uProblems = CountProblems(root); uProblems > 0) {
         FlushOutput();

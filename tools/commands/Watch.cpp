@@ -5,6 +5,7 @@
 
 #include "support/Failure.h"
 #include "support/Output.h"
+#include "support/RegistryFile.h"
 #include "support/Snapshot.h"
 #include "support/Sources.h"
 #include "support/Text.h"
@@ -14,7 +15,11 @@
 #include <chrono>
 #include <csignal>
 #include <ctime>
+#include <iterator>
 #include <limits>
+#include <poll.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
 
 namespace Tool
 {
@@ -29,30 +34,40 @@ constexpr std::uint64_t MaxSeconds = std::uint64_t{365} * 24 * 60 * 60;
 constexpr std::uint64_t DefaultInterval = 1000;
 constexpr std::uint64_t MaxInterval = std::uint64_t{1000} * 60 * 60;
 
-/// While it lives, the signals that end a command wait until they are asked for: none comes in the middle of a line.
-class CStopSignals
+/// What ends a watch from outside: a signal, or that whoever read the output has gone. While it lives, the signals wait
+/// until they are asked for: none comes in the middle of a line.
+class CStop
 {
 public:
-    CStopSignals()
+    CStop()
     {
-        sigemptyset(&m_Signals);
-        sigaddset(&m_Signals, SIGINT);
-        sigaddset(&m_Signals, SIGTERM);
-        pthread_sigmask(SIG_BLOCK, &m_Signals, &m_Before);
+        sigset_t signals = {};
+        sigemptyset(&signals);
+        sigaddset(&signals, SIGINT);
+        sigaddset(&signals, SIGTERM);
+        pthread_sigmask(SIG_BLOCK, &signals, &m_Before);
+        m_nSignals = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
     }
-    ~CStopSignals() { pthread_sigmask(SIG_SETMASK, &m_Before, nullptr); }
-    CStopSignals(const CStopSignals&) = delete;
-    CStopSignals& operator=(const CStopSignals&) = delete;
+    ~CStop()
+    {
+        signalfd_siginfo ignored = {};
+        (void)!read(m_nSignals, &ignored, sizeof ignored); // one that still waits would end the process
+        close(m_nSignals);
+        pthread_sigmask(SIG_SETMASK, &m_Before, nullptr);
+    }
+    CStop(const CStop&) = delete;
+    CStop& operator=(const CStop&) = delete;
 
-    /// Waits that long for one of them, and returns whether it came.
+    /// Waits that long for it, and returns whether it came.
     bool Wait(milliseconds time) const
     {
-        const timespec limit = {static_cast<time_t>(time.count() / 1000), static_cast<long>(time.count() % 1000 * 1000000)};
-        return sigtimedwait(&m_Signals, nullptr, &limit) > 0;
+        // Of an output poll tells that its reader has gone without being asked for anything.
+        pollfd sources[] = {{m_nSignals, POLLIN, 0}, {STDOUT_FILENO, 0, 0}};
+        return poll(sources, std::size(sources), static_cast<int>(time.count())) > 0;
     }
 
 private:
-    sigset_t m_Signals = {};
+    int m_nSignals = -1;
     sigset_t m_Before = {};
 };
 
@@ -104,16 +119,26 @@ void Watch(const CArguments& arguments, Session& session)
     CStore store(session, arguments.Text("STORE"));
     RequireRegistryStore(store);
 
-    const CStopSignals stop;
-    Snapshot before = TakeSnapshot(store, sPath);
+    const CStop stop;
+    const auto look = [&] { return TakeSnapshot(store, sPath, [&stop] { return stop.Wait(milliseconds(0)); }); };
+    std::uint64_t uState = RegistryState(); // ahead of the look, so that what comes during it is looked for again
+    std::optional<Snapshot> before = look();
     Tell({"watching", sPath, ""}, arguments.Has("--json"));
     std::uint64_t uTold = 0;
-    while (uTold < uCount && Clock::now() < end) {
+    while (before.has_value() && uTold < uCount && Clock::now() < end) {
         if (stop.Wait(std::min(interval, std::chrono::ceil<milliseconds>(end - Clock::now())))) {
             return;
         }
-        Snapshot after = TakeSnapshot(store, sPath);
-        for (const Change& change : Changes(before, after)) {
+        const std::uint64_t uNow = RegistryState();
+        if (uNow == uState) {
+            continue; // reading a large store is work, and most of the time nobody wrote
+        }
+        uState = uNow;
+        std::optional<Snapshot> after = look();
+        if (!after.has_value()) {
+            return;
+        }
+        for (const Change& change : Changes(*before, *after)) {
             if (uTold++ < uCount) {
                 Tell(change, arguments.Has("--json"));
             }
@@ -125,7 +150,8 @@ void Watch(const CArguments& arguments, Session& session)
 constexpr Argument Arguments[] = {
     StoreArgument,
     {"COMPARTMENT", Takes::OptionalPositional, "what to watch, with all below it; '/', the default, is the whole store"},
-    {"-i,--interval", Takes::Value, "how often to look (default 1000)", "MILLISECONDS"},
+    {"-i,--interval", Takes::Value, "how often to look (default 1000); what comes and goes again between two looks is not told",
+     "MILLISECONDS"},
     {"-n,--count", Takes::Value, "end after so many changes", "NUMBER"},
     {"--for", Takes::Value, "end after this time", "SECONDS"},
     {"-j,--json", Takes::Flag, "write a line of JSON for each change"},

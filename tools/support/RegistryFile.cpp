@@ -41,6 +41,13 @@ Registry::SInspection InspectRegistry()
     return inspection.bExists ? inspection : throw NoRegistry();
 }
 
+std::uint64_t RegistryState()
+{
+    std::uint64_t uState = 0;
+    const long lCode = Registry::ReadRegistryState(uState);
+    return lCode == ERROR_SUCCESS ? uState : throw FailureOf(lCode, Where(), "");
+}
+
 Registry::SPageCounts BackUpRegistry(const std::string& sFolder)
 {
     Registry::SPageCounts counts;

@@ -14,6 +14,9 @@ namespace Tool
 /// nothing was written to it yet.
 Registry::SInspection InspectRegistry();
 
+/// A number that every commit to the registry changes.
+std::uint64_t RegistryState();
+
 /// Copies the database to a folder. Throws CFailure: ExitCode::Exists when a registry lies there already.
 /// @return what the copy holds
 Registry::SPageCounts BackUpRegistry(const std::string& sFolder);

@@ -6,8 +6,6 @@
 #include "support/Failure.h"
 #include "support/Value.h"
 
-#include <functional>
-
 namespace Tool
 {
 
@@ -39,11 +37,14 @@ template <class Read> auto EmptyWhenGone(Read read) -> decltype(read())
 
 } // namespace
 
-Snapshot TakeSnapshot(CStore& store, const std::string& sPath)
+std::optional<Snapshot> TakeSnapshot(CStore& store, const std::string& sPath, const std::function<bool()>& stops)
 {
     Snapshot snapshot;
     std::vector<std::string> pending = {sPath};
     while (!pending.empty()) {
+        if (stops()) {
+            return std::nullopt;
+        }
         const std::string sCompartment = pending.back();
         pending.pop_back();
         const bool bWhole = sCompartment == WholeStore;

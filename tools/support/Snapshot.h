@@ -5,7 +5,9 @@
 
 #include "support/Store.h"
 
+#include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,7 +19,8 @@ namespace Tool
 using Snapshot = std::map<std::string, std::map<std::string, std::size_t>>;
 
 /// Reads a compartment and everything below it; what other processes remove meanwhile is left out.
-Snapshot TakeSnapshot(CStore& store, const std::string& sPath);
+/// @param stops asked ahead of each compartment; when it says yes there is no snapshot
+std::optional<Snapshot> TakeSnapshot(CStore& store, const std::string& sPath, const std::function<bool()>& stops);
 
 /// A difference between two snapshots.
 struct Change

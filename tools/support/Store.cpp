@@ -159,11 +159,9 @@ void CStore::Flush()
 
 bool CStore::Holds(const std::string& sPath, const std::string& sItem)
 {
-    if (!Status(sPath).bCached) {
-        return false;
-    }
-    const std::vector<std::string> items = Items(sPath);
-    return std::binary_search(items.begin(), items.end(), sItem);
+    int bCached = 0;
+    const HRESULT hr = m_Session.client.IsDataCached(m_bstrId.get(), Identifier(sPath).get(), Identifier(sItem).get(), &bCached);
+    return SUCCEEDED(hr) && bCached != 0;
 }
 
 /// @param sNotFoundAdvice for operations whose E_INVALIDARG says that something is not there

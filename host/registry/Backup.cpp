@@ -6,9 +6,9 @@
 #include "registry/Inspection.h"
 #include "registry/MetaCheck.h"
 #include "registry/Operation.h"
+#include "util/FreeName.h"
 
 #include <cerrno>
-#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -17,6 +17,8 @@ namespace Registry
 
 namespace
 {
+
+constexpr const char* RegistryIsThere = "there is a registry already";
 
 /// A new file beside the one that it is to become, which is gone again unless it became it.
 class CNewFile
@@ -37,11 +39,10 @@ public:
 
     int Get() const { return m_File.Get(); }
 
-    /// A link, for unlike a renaming it never replaces anything.
     void GiveName() const
     {
-        if (fsync(Get()) != 0 || link(m_Path.c_str(), m_FinalPath.c_str()) != 0) {
-            throw CStorageError(errno);
+        if (fsync(Get()) != 0 || RenameToFreeName(m_Path.c_str(), m_FinalPath.c_str()) != 0) {
+            throw CStorageError(errno, errno == EEXIST ? RegistryIsThere : nullptr);
         }
         SyncFolder(m_FinalPath.parent_path());
     }
@@ -57,7 +58,7 @@ SPageCounts Copy(const CEnvironment& environment, const std::filesystem::path& f
     const std::filesystem::path finalPath = folder / DataFileName;
     struct stat status = {};
     if (lstat(finalPath.c_str(), &status) == 0) {
-        throw CStorageError(EEXIST, "there is a registry already");
+        throw CStorageError(EEXIST, RegistryIsThere);
     }
     MakeFolder(folder);
     const CNewFile file(finalPath);

@@ -45,8 +45,11 @@ public:
         sigemptyset(&signals);
         sigaddset(&signals, SIGINT);
         sigaddset(&signals, SIGTERM);
-        pthread_sigmask(SIG_BLOCK, &signals, &m_Before);
         m_nSignals = signalfd(-1, &signals, SFD_CLOEXEC | SFD_NONBLOCK);
+        if (m_nSignals < 0) {
+            throw SystemFailure("signals");
+        }
+        pthread_sigmask(SIG_BLOCK, &signals, &m_Before);
     }
     ~CStop()
     {
@@ -123,9 +126,12 @@ void Watch(const CArguments& arguments, Session& session)
     const auto look = [&] { return TakeSnapshot(store, sPath, [&stop] { return stop.Wait(milliseconds(0)); }); };
     std::uint64_t uState = RegistryState(); // ahead of the look, so that what comes during it is looked for again
     std::optional<Snapshot> before = look();
+    if (!before.has_value()) {
+        return;
+    }
     Tell({"watching", sPath, ""}, arguments.Has("--json"));
     std::uint64_t uTold = 0;
-    while (before.has_value() && uTold < uCount && Clock::now() < end) {
+    while (uTold < uCount && Clock::now() < end) {
         if (stop.Wait(std::min(interval, std::chrono::ceil<milliseconds>(end - Clock::now())))) {
             return;
         }

@@ -5,6 +5,7 @@
 
 #include "support/Failure.h"
 #include "support/Text.h"
+#include "util/FreeName.h"
 
 #include <array>
 #include <cerrno>
@@ -84,7 +85,8 @@ public:
 
     bool Rename(const std::string& sFinalPath, bool bReplace)
     {
-        if (renameat2(AT_FDCWD, m_sPath.c_str(), AT_FDCWD, sFinalPath.c_str(), bReplace ? 0 : RENAME_NOREPLACE) != 0) {
+        const auto give = bReplace ? std::rename : RenameToFreeName;
+        if (give(m_sPath.c_str(), sFinalPath.c_str()) != 0) {
             return false;
         }
         m_sPath.clear();

@@ -26,7 +26,7 @@ constexpr struct
     void (*pRun)(Session&, Findings&);
 } Checks[] = {
     {"registry folder", CheckRegistryFolder},
-    {"registry content", CheckRegistryContent},
+    {RegistryContentSubject, CheckRegistryContent},
     {"key file", CheckKey},
     {"memory lock", CheckMemoryLock},
     {"core dumps", CheckCoreDumps},
@@ -49,6 +49,16 @@ const auto& RowOf(Grade grade)
     return Grades[static_cast<std::size_t>(grade)];
 }
 
+/// A check that could not be made is a problem, unless a problem with the registry explains it.
+Finding NotChecked(const char* pszSubject, const char* pszReason, const Findings& findings)
+{
+    const bool bExplained = std::any_of(findings.begin(), findings.end(), [](const Finding& finding) {
+        return finding.grade == Grade::Problem && finding.sSubject == RegistryContentSubject;
+    });
+    return bExplained ? Finding{Grade::Note, pszSubject, "not checked, because the registry can't be read"}
+                      : Finding{Grade::Problem, pszSubject, pszReason, "see to this first, for the check could not be made"};
+}
+
 Findings RunChecks(Session& session)
 {
     Findings findings;
@@ -56,7 +66,7 @@ Findings RunChecks(Session& session)
         try {
             check.pRun(session, findings);
         } catch (const std::exception& error) {
-            findings.push_back({Grade::Problem, check.pszSubject, error.what(), "see to this first, for the check could not be made"});
+            findings.push_back(NotChecked(check.pszSubject, error.what(), findings));
         }
     }
     return findings;
@@ -108,7 +118,8 @@ constexpr Argument Arguments[] = {JsonFlag};
 
 const Command Table[] = {
     {"doctor", "",
-     "check registry, key file, stores, policy, environment and log; each finding is ok, a note or a problem. Changes nothing", Arguments,
+     "check registry, key file, stores, policy, environment and log, and change none of it; each finding is ok, a note or a problem",
+     Arguments,
      "  sharedstore doctor\n"
      "  sudo -u cards sharedstore doctor --json\n",
      Doctor},

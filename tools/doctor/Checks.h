@@ -9,7 +9,8 @@
 #include <vector>
 
 /// @file
-/// What 'sharedstore doctor' looks at. Checks change nothing; one that fails itself is a problem too.
+/// What 'sharedstore doctor' looks at. Checks change nothing of it; one that fails itself is a problem too. Reading the
+/// registry frees the reader slots of processes that died, as it does in every process.
 
 namespace Tool
 {
@@ -28,6 +29,8 @@ struct Finding
     std::string sAdvice{}; ///< what to do about a problem
 };
 using Findings = std::vector<Finding>;
+
+inline constexpr const char* RegistryContentSubject = "registry content";
 
 void CheckRegistryFolder(Session& session, Findings& findings);
 void CheckRegistryContent(Session& session, Findings& findings);

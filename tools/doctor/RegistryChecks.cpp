@@ -12,6 +12,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
 #include <set>
 
 namespace Tool
@@ -21,6 +22,7 @@ namespace
 {
 
 constexpr const char* FolderSubject = "registry folder";
+constexpr const char* FilesSubject = "registry files";
 constexpr std::uint64_t MiB = std::uint64_t{1} << 20;
 constexpr std::uint64_t LittleSpace = 16 * MiB;
 
@@ -30,7 +32,8 @@ std::string InMiB(std::uint64_t uBytes)
 }
 
 /// Why the path can't be the registry's folder; empty when it can, though it may not exist.
-std::string FaultOf(const std::filesystem::path& folder, struct stat& status)
+/// @param status receives nothing when it does not exist
+std::string FaultOf(const std::filesystem::path& folder, std::optional<struct stat>& status)
 {
     if (folder.empty()) {
         return "there is none, because this user has no home folder";
@@ -39,13 +42,15 @@ std::string FaultOf(const std::filesystem::path& folder, struct stat& status)
     if (!folder.is_absolute()) {
         return sFolder + " is no absolute path";
     }
-    if (stat(folder.c_str(), &status) != 0) {
+    if (stat(folder.c_str(), &status.emplace()) != 0) {
+        status.reset();
         return errno == ENOENT ? "" : sFolder + ": " + std::strerror(errno);
     }
-    return S_ISDIR(status.st_mode) ? "" : sFolder + " is no folder";
+    return S_ISDIR(status->st_mode) ? "" : sFolder + " is no folder";
 }
 
-void CheckFiles(const std::filesystem::path& folder, Findings& findings)
+/// @param nOwner the folder's owner
+void CheckFiles(const std::filesystem::path& folder, uid_t nOwner, Findings& findings)
 {
     std::set<std::string> seen;
     for (const char* pszFile : {"data.mdb", "lock.mdb"}) {
@@ -54,9 +59,14 @@ void CheckFiles(const std::filesystem::path& folder, Findings& findings)
         if (stat(file.c_str(), &status) != 0) {
             continue;
         }
+        if (status.st_uid != nOwner) { // made by a command that another user ran here
+            findings.push_back({Grade::Problem, FilesSubject,
+                                pszFile + (": its owner " + Display(AccessOf(status).sOwner)) + " is not that of the folder",
+                                "give it to the folder's owner"});
+        }
         for (const AccessWarning& warning : AccessWarnings(file.string(), status, "the registry")) {
             if (seen.insert(warning.sText).second) {
-                findings.push_back({warning.bGrave ? Grade::Problem : Grade::Note, "registry files", pszFile + (": " + warning.sText),
+                findings.push_back({warning.bGrave ? Grade::Problem : Grade::Note, FilesSubject, pszFile + (": " + warning.sText),
                                     "let its owner alone read and write the folder (mode 0700) and its files (mode 0600)"});
             }
         }
@@ -66,8 +76,9 @@ void CheckFiles(const std::filesystem::path& folder, Findings& findings)
 void AddReaders(const Registry::SInspection& inspection, Findings& findings)
 {
     const unsigned uNearlyAll = inspection.uReaderSlots / 10 * 9;
-    const std::string sText = std::to_string(inspection.uReadersTaken) + " of " + std::to_string(inspection.uReaderSlots) +
-                              " slots are taken; stale ones of dead processes, now free again: " + std::to_string(inspection.uReadersFreed);
+    const std::string sText =
+        std::to_string(inspection.uReadersTaken) + " of " + std::to_string(inspection.uReaderSlots) +
+        " slots are taken; opening it freed stale ones of dead processes: " + std::to_string(inspection.uReadersFreed);
     findings.push_back({inspection.uReadersTaken >= uNearlyAll ? Grade::Problem : Grade::Ok, "registry readers", sText,
                         "end some of the processes that use the registry"});
 }
@@ -106,22 +117,25 @@ void AddSize(const Registry::SInspection& inspection, const std::filesystem::pat
 void CheckRegistryFolder(Session&, Findings& findings)
 {
     const Registry::SLocation location = Registry::LocateRegistry();
-    struct stat status = {};
+    std::optional<struct stat> status;
     if (const std::string sFault = FaultOf(location.folder, status); !sFault.empty()) {
         return findings.push_back({Grade::Problem, FolderSubject, sFault, "set SHAREDSTORE_REGISTRY to the absolute path of a folder"});
     }
     const std::string sWhere = Display(location.folder.string()) + " (from " + location.pszSource + ")";
-    if (status.st_nlink == 0) {
-        return findings.push_back({Grade::Note, FolderSubject, sWhere + " does not exist; the first write makes it"});
+    if (!status.has_value()) {
+        return MayMake(location.folder)
+                   ? findings.push_back({Grade::Note, FolderSubject, sWhere + " does not exist; the first write makes it"})
+                   : findings.push_back({Grade::Problem, FolderSubject, sWhere + " does not exist, and this user may not make it",
+                                         "make it and give it to this user, or set SHAREDSTORE_REGISTRY to another"});
     }
-    const FileAccess access = AccessOf(status);
+    const FileAccess access = AccessOf(*status);
     findings.push_back({Grade::Ok, FolderSubject, sWhere + ", mode " + access.sMode + ", owner " + Display(access.sOwner)});
-    CheckFiles(location.folder, findings);
+    CheckFiles(location.folder, status->st_uid, findings);
 }
 
 void CheckRegistryContent(Session&, Findings& findings)
 {
-    constexpr const char* Subject = "registry content";
+    constexpr const char* Subject = RegistryContentSubject;
     Registry::SInspection inspection;
     std::string sReason;
     if (const long lCode = Registry::InspectRegistry(inspection, sReason); lCode != ERROR_SUCCESS) {

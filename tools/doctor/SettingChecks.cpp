@@ -12,7 +12,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 #include <sys/auxv.h>
 #include <unistd.h>
 
@@ -56,23 +55,12 @@ std::string WhyIgnored(std::string_view sName, std::string_view sValue)
     return pszOnly == nullptr || sValue.empty() || sValue == pszOnly ? "" : std::string("only '") + pszOnly + "' means something";
 }
 
-/// The folder in which a file, or the missing folders above it, would be made; or what is there in its place.
-std::filesystem::path NearestFolder(const std::string& sFile)
-{
-    std::error_code ignored;
-    std::filesystem::path folder = std::filesystem::absolute(sFile).parent_path();
-    while (folder.has_relative_path() && !std::filesystem::exists(folder, ignored)) {
-        folder = folder.parent_path();
-    }
-    return std::filesystem::is_directory(folder, ignored) ? folder : std::filesystem::path();
-}
-
 void CheckLogFile(const std::string& sFile, Findings& findings)
 {
     const std::string sShown = Display(sFile);
     struct stat status = {};
     const bool bExists = stat(sFile.c_str(), &status) == 0;
-    if (access(bExists ? sFile.c_str() : NearestFolder(sFile).c_str(), W_OK) != 0) {
+    if (bExists ? access(sFile.c_str(), W_OK) != 0 : !MayMake(sFile)) {
         return findings.push_back({Grade::Problem, LogSubject, sShown + " can't be written, so lines go to syslog",
                                    "set SHAREDSTORE_LOG to a file that this user may write"});
     }

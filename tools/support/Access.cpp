@@ -87,4 +87,14 @@ std::vector<AccessWarning> AccessWarnings(const std::string& sPath, const struct
     return warnings;
 }
 
+bool MayMake(const std::string& sPath)
+{
+    std::error_code ignored;
+    std::filesystem::path folder = std::filesystem::absolute(sPath).parent_path();
+    while (folder.has_relative_path() && !std::filesystem::exists(folder, ignored)) {
+        folder = folder.parent_path();
+    }
+    return std::filesystem::is_directory(folder, ignored) && access(folder.c_str(), W_OK | X_OK) == 0;
+}
+
 } // namespace Tool

@@ -30,4 +30,7 @@ struct AccessWarning
 /// @param sWhat what lies there, for example "the key"
 std::vector<AccessWarning> AccessWarnings(const std::string& sPath, const struct stat& status, const std::string& sWhat);
 
+/// Whether this user may make a file or folder that is not there, with the missing folders above it.
+bool MayMake(const std::string& sPath);
+
 } // namespace Tool

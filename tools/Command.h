@@ -28,8 +28,14 @@ struct Argument
     const char* pszName; ///< "STORE", "--json" or "-o,--output"
     Takes takes;
     const char* pszHelp;
-    const char* pszValueName = ""; ///< "FILE": what the help calls the value of an option
+    const char* pszValueName = "";                    ///< "FILE": what the help calls the value of an option
+    std::vector<std::string> (*pChoices)() = nullptr; ///< the only words that can be given; null when any can
+
+    bool IsPositional() const { return takes == Takes::Positional || takes == Takes::OptionalPositional; }
 };
+
+/// Every command has it.
+inline constexpr Argument HelpArgument = {"-h,--help", Takes::Flag, "explain the command"};
 
 /// What was given for a command's arguments. A name is the positional's own or that of the long
 /// option with its dashes; asking for one that the command does not declare is a programming error.

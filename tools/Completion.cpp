@@ -20,9 +20,6 @@ struct Candidate
 using Candidates = std::vector<Candidate>;
 using FormatCandidates = std::string (*)(const Candidates&);
 
-/// Every command has it; the parser declares it for all of them.
-constexpr const char* HelpOption = "--help";
-
 std::string InQuotes(const std::string& sText)
 {
     std::string sQuoted = "'";
@@ -58,25 +55,54 @@ std::map<std::string, Candidates> Verbs(const std::vector<Command>& commands)
     return verbs;
 }
 
+Candidate OptionOf(const Argument& argument)
+{
+    const std::string sNames = argument.pszName;
+    return {sNames.substr(sNames.rfind(',') + 1), argument.pszHelp};
+}
+
 Candidates Options(const Command& command)
 {
-    Candidates options = {{HelpOption, "explain the command"}};
+    Candidates options = {OptionOf(HelpArgument)};
     for (const Argument& argument : command.arguments) {
-        const std::string sNames = argument.pszName;
-        if (sNames.starts_with('-')) {
-            options.push_back({sNames.substr(sNames.rfind(',') + 1), argument.pszHelp});
+        if (!argument.IsPositional()) {
+            options.push_back(OptionOf(argument));
         }
     }
     return options;
 }
 
-/// Branches of a shell's case on "NOUN VERB", or on "NOUN " and anything.
-std::string OptionCases(const std::vector<Command>& commands, FormatCandidates format)
+/// What a shell's case compares with "NOUN VERB:", followed by what is asked for; the verb of a noun that has none is
+/// anything.
+std::string Pattern(const Command& command, const std::string& sAsked)
+{
+    return *command.pszVerb == '\0' ? std::string(command.pszNoun) + "\\ *:" + sAsked : InQuotes(command.Title() + ':' + sAsked);
+}
+
+std::string Branch(const std::string& sPattern, const std::string& sCandidates)
+{
+    return "        " + sPattern + ") candidates=(" + sCandidates + ") ;;\n";
+}
+
+/// Branches for options, asked for by "-", for the words that an option takes, by the option, and for those of a
+/// positional, by its place.
+std::string ArgumentCases(const std::vector<Command>& commands, FormatCandidates format)
 {
     std::string sText;
     for (const Command& command : commands) {
-        const std::string sPattern = *command.pszVerb == '\0' ? std::string(command.pszNoun) + "\\ *" : InQuotes(command.Title());
-        sText += "    " + sPattern + ") candidates=(" + format(Options(command)) + ") ;;\n";
+        sText += Branch(Pattern(command, "-"), format(Options(command)));
+        std::size_t uPlace = *command.pszVerb == '\0' ? 1 : 2;
+        for (const Argument& argument : command.arguments) {
+            uPlace += argument.IsPositional() ? 1 : 0;
+            if (argument.pChoices != nullptr) {
+                Candidates choices;
+                for (const std::string& sChoice : argument.pChoices()) {
+                    choices.push_back({sChoice, argument.pszHelp});
+                }
+                const std::string sAsked = argument.IsPositional() ? std::to_string(uPlace) : OptionOf(argument).sWord;
+                sText += Branch(Pattern(command, sAsked), format(choices));
+            }
+        }
     }
     return sText;
 }
@@ -85,7 +111,7 @@ std::string VerbCases(const std::vector<Command>& commands, FormatCandidates for
 {
     std::string sText;
     for (const auto& [sNoun, verbs] : Verbs(commands)) {
-        sText += "    " + sNoun + ") candidates=(" + format(verbs) + ") ;;\n";
+        sText += Branch(sNoun, format(verbs));
     }
     return sText;
 }
@@ -112,58 +138,66 @@ std::string WordsWithMeanings(const Candidates& candidates)
 
 std::string BashCompletion(const std::vector<Command>& commands)
 {
-    return "# bash completion for sharedstore\n"
-           "_sharedstore() {\n"
-           "    local -a candidates=()\n"
-           "    local current=${COMP_WORDS[COMP_CWORD]}\n"
-           "    if ((COMP_CWORD == 1)); then\n"
-           "        candidates=(" +
-           WordsAlone(Nouns(commands)) +
-           " --help --version)\n"
-           "    elif ((COMP_CWORD == 2)); then\n"
-           "    case ${COMP_WORDS[1]} in\n" +
-           VerbCases(commands, WordsAlone) +
-           "    esac\n"
-           "    fi\n"
-           "    if [[ $current == -* && COMP_CWORD -gt 1 ]]; then\n"
-           "    case \"${COMP_WORDS[1]} ${COMP_WORDS[2]}\" in\n" +
-           OptionCases(commands, WordsAlone) +
-           "    esac\n"
-           "    fi\n"
-           "    mapfile -t COMPREPLY < <(compgen -W \"${candidates[*]}\" -- \"$current\")\n"
-           "}\n"
-           "complete -o default -F _sharedstore sharedstore\n";
+    return R"(# bash completion for sharedstore
+_sharedstore() {
+    local -a candidates=() words=("${COMP_WORDS[@]:0:COMP_CWORD+1}")
+    if ((COMP_CWORD > 1)) && [[ ${words[1]} == help ]]; then
+        words=("${words[0]}" "${words[@]:2}") # help is followed by a command
+    fi
+    local current=${words[-1]} place=$((${#words[@]} - 1)) asked
+    if ((place == 1)); then
+        candidates=()" +
+           WordsAlone(Nouns(commands)) + R"( --help --version)
+    elif ((place == 2)); then
+        case ${words[1]} in
+)" + VerbCases(commands, WordsAlone) +
+           R"(        esac
+    fi
+    for asked in "$place" "${words[-2]}" "${current:0:1}"; do
+        case "${words[1]} ${words[2]}:$asked" in
+)" + ArgumentCases(commands, WordsAlone) +
+           R"(        esac
+    done
+    mapfile -t COMPREPLY < <(compgen -W "${candidates[*]}" -- "$current")
+}
+complete -o default -F _sharedstore sharedstore
+)";
 }
 
 std::string ZshCompletion(const std::vector<Command>& commands)
 {
-    return "#compdef sharedstore\n"
-           "_sharedstore() {\n"
-           "    local -a candidates\n"
-           "    if ((CURRENT == 2)); then\n"
-           "        candidates=(" +
-           WordsWithMeanings(Nouns(commands)) +
-           ")\n"
-           "    elif ((CURRENT == 3)); then\n"
-           "    case $words[2] in\n" +
-           VerbCases(commands, WordsWithMeanings) +
-           "    esac\n"
-           "    fi\n"
-           "    if [[ $PREFIX == -* ]]; then\n"
-           "    case \"$words[2] $words[3]\" in\n" +
-           OptionCases(commands, WordsWithMeanings) +
-           "    esac\n"
-           "    fi\n"
-           "    if ((!$#candidates)); then\n"
-           "        _files\n"
-           "    elif [[ $PREFIX == -* ]]; then\n"
-           "        _describe -o option candidates\n"
-           "    else\n"
-           "        _describe command candidates\n"
-           "    fi\n"
-           "}\n"
-           "# As a file of fpath this is the function's first call, elsewhere it is sourced.\n"
-           "if [[ $funcstack[1] == _sharedstore ]]; then _sharedstore; else compdef _sharedstore sharedstore; fi\n";
+    return R"(#compdef sharedstore
+_sharedstore() {
+    local -a candidates
+    local asked
+    if ((CURRENT > 2)) && [[ $words[2] == help ]]; then
+        words[2]=() # help is followed by a command
+        ((--CURRENT))
+    fi
+    if ((CURRENT == 2)); then
+        candidates=()" +
+           WordsWithMeanings(Nouns(commands)) + R"()
+    elif ((CURRENT == 3)); then
+        case $words[2] in
+)" + VerbCases(commands, WordsWithMeanings) +
+           R"(        esac
+    fi
+    for asked in $((CURRENT - 1)) "$words[CURRENT-1]" "$PREFIX[1]"; do
+        case "$words[2] $words[3]:$asked" in
+)" + ArgumentCases(commands, WordsWithMeanings) +
+           R"(        esac
+    done
+    if ((!$#candidates)); then
+        _files
+    elif [[ $PREFIX == -* ]]; then
+        _describe -o option candidates
+    else
+        _describe command candidates
+    fi
+}
+# As a file of fpath this is the function's first call, elsewhere it is sourced.
+if [[ $funcstack[1] == _sharedstore ]]; then _sharedstore; else compdef _sharedstore sharedstore; fi
+)";
 }
 
 } // namespace Tool

@@ -3,6 +3,8 @@
 
 #include "Conventions.h"
 
+#include "support/KeyFile.h"
+
 namespace Tool
 {
 
@@ -29,11 +31,11 @@ constexpr HelpRow Words[] = {
 constexpr HelpRow Output[] = {
     {"", "Lists show control characters and bytes that are not UTF-8 as \\xHH."},
     {"", "JSON writes a text that is not UTF-8, or that NULs cut short, as {\"hex\": \"...\"}, and byte values as hexadecimal digits."},
-    {"", "Errors and warnings are lines on standard error that begin with 'sharedstore: '."},
+    {"", "Errors and warnings are lines on standard error that begin with 'sharedstore:'."},
 };
 
 constexpr HelpRow Environment[] = {
-    {"SHAREDSTORE_REGISTRY", "the registry's folder"},
+    {"SHAREDSTORE_REGISTRY", "the registry's folder, an absolute path"},
     {"SHAREDSTORE_REGISTRY_SYNC", "relaxed: a write may be lost when the machine crashes"},
     {"SHAREDSTORE_LOG", "where the library logs: syslog (default), stderr or a file"},
     {"SHAREDSTORE_LOG_LEVEL", "what it logs, a bit mask: 1 errors (default), 2 details, 8 entries, 16 exits of operations"},
@@ -41,11 +43,14 @@ constexpr HelpRow Environment[] = {
     {"NO_COLOR", "nothing is coloured; colours are used on a terminal only"},
 };
 
+constexpr HelpRow Files[] = {
+    {"/var/lib/sharedstore/registry", "the registry of root"},
+    {"~/.local/state/sharedstore/registry", "that of everybody else; XDG_STATE_HOME can name another folder than ~/.local/state"},
+    {DefaultKeyFile, "the key of encrypted registry stores"},
+};
+
 constexpr HelpSection Sections[] = {
-    {"Exit codes", ExitCodes},
-    {"Words", Words},
-    {"Output", Output},
-    {"Environment", Environment},
+    {"Exit codes", ExitCodes}, {"Words", Words}, {"Output", Output}, {"Environment", Environment}, {"Files", Files},
 };
 
 } // namespace

@@ -30,8 +30,7 @@ std::string Subject(const Command& command, const CArguments& arguments)
 {
     std::string sSubject = command.Title();
     for (const Argument& argument : command.arguments) {
-        const bool bPositional = argument.takes == Takes::Positional || argument.takes == Takes::OptionalPositional;
-        if (bPositional && arguments.Has(argument.pszName)) {
+        if (argument.IsPositional() && arguments.Has(argument.pszName)) {
             sSubject += ' ' + Quoted(arguments.Text(argument.pszName));
         }
     }

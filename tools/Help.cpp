@@ -4,9 +4,12 @@
 #include "Help.h"
 
 #include "Conventions.h"
-#include "support/Text.h"
 
+#include <algorithm>
 #include <sstream>
+#include <sys/ioctl.h>
+#include <unistd.h>
+#include <utility>
 
 namespace Tool
 {
@@ -14,57 +17,70 @@ namespace Tool
 namespace
 {
 
-constexpr std::size_t LineWidth = 118;
-
-/// A paragraph as lines that begin with two blanks.
-std::string Wrap(const std::string& sText)
+/// How long a line of help may be: a terminal's width, within reason.
+std::size_t LineWidth()
 {
-    std::string sLines;
-    std::size_t uLine = 0;
+    winsize size = {};
+    return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? std::clamp<std::size_t>(size.ws_col, 60, 120) : 100;
+}
+
+/// A term and what it means, as lines whose second column begins at uColumn; a paragraph has no term.
+std::string Wrap(const std::string& sTerm, std::size_t uColumn, const std::string& sText)
+{
+    const std::size_t uWidth = LineWidth();
+    std::string sLines = sTerm + std::string(uColumn - sTerm.size(), ' ');
+    std::size_t uLine = uColumn;
     std::istringstream words(sText);
     for (std::string sWord; words >> sWord;) {
-        const bool bNewLine = sLines.empty() || uLine + 1 + sWord.size() > LineWidth;
-        sLines += bNewLine ? (sLines.empty() ? "  " : "\n  ") : " ";
-        uLine = (bNewLine ? 2 : uLine + 1) + sWord.size();
+        const bool bFirst = uLine == uColumn;
+        const bool bBreak = !bFirst && uLine + 1 + sWord.size() > uWidth;
+        sLines += bBreak ? '\n' + std::string(uColumn, ' ') : bFirst ? "" : " ";
+        uLine = (bBreak ? uColumn : uLine + (bFirst ? 0 : 1)) + sWord.size();
         sLines += sWord;
     }
     return sLines + '\n';
 }
 
-std::string SectionText(const HelpSection& section)
+using Rows = std::vector<std::pair<std::string, std::string>>;
+
+/// Terms and what they mean, in two columns.
+std::string Table(const Rows& rows)
 {
-    std::vector<std::vector<std::string>> terms;
-    std::string sParagraphs;
-    for (const HelpRow& row : section.rows) {
-        if (*row.pszTerm == '\0') {
-            sParagraphs += Wrap(row.pszText);
-        } else {
-            terms.push_back({std::string("  ") + row.pszTerm, row.pszText});
-        }
+    constexpr std::size_t Indent = 2;
+    std::size_t uColumn = Indent;
+    for (const auto& [sTerm, sText] : rows) {
+        uColumn = std::max(uColumn, sTerm.empty() ? 0 : Indent + sTerm.size() + 2);
     }
-    return '\n' + std::string(section.pszTitle) + ":\n" + Columns(terms) + sParagraphs;
+    std::string sLines;
+    for (const auto& [sTerm, sText] : rows) {
+        sLines += Wrap(std::string(Indent, ' ') + sTerm, sTerm.empty() ? Indent : uColumn, sText);
+    }
+    return sLines;
 }
 
-void AddRow(std::vector<std::vector<std::string>>& rows, const Command& command)
+std::string SectionText(const HelpSection& section)
 {
-    rows.push_back({"  " + command.Title(), command.pszSummary});
+    Rows rows;
+    for (const HelpRow& row : section.rows) {
+        rows.emplace_back(row.pszTerm, row.pszText);
+    }
+    return '\n' + std::string(section.pszTitle) + ":\n" + Table(rows);
 }
 
 } // namespace
 
 std::string Overview(const std::vector<Command>& commands)
 {
-    std::vector<std::vector<std::string>> rows;
+    Rows rows;
     for (const Command& command : commands) {
-        AddRow(rows, command);
+        rows.emplace_back(command.Title(), command.pszSummary);
     }
-    rows.push_back({"  help [COMMAND]", "the same as [COMMAND] --help"});
-    rows.push_back({"  help --man", "write the manual page"});
-    rows.push_back({"  --version", "print the version"});
-    std::string sText = std::string("sharedstore ") + Purpose +
-                        ".\n\n"
-                        "Usage: sharedstore COMMAND [ARGUMENTS]; 'sharedstore COMMAND --help' explains one.\n\nCommands:\n" +
-                        Columns(rows) + "\nExamples:\n" + OverviewExamples;
+    rows.emplace_back("help [COMMAND]", "the same as [COMMAND] --help");
+    rows.emplace_back("help --man", "write the manual page");
+    rows.emplace_back("--version", "print the version");
+    std::string sText = Wrap("", 0, std::string("sharedstore ") + Purpose + '.') +
+                        "\nUsage: sharedstore COMMAND [ARGUMENTS]; 'sharedstore COMMAND --help' explains one.\n\nCommands:\n" +
+                        Table(rows) + "\nExamples:\n" + OverviewExamples;
     for (const HelpSection& section : Conventions()) {
         sText += SectionText(section);
     }
@@ -73,14 +89,48 @@ std::string Overview(const std::vector<Command>& commands)
 
 std::string OverviewOfNoun(const std::vector<Command>& commands, const std::string& sNoun)
 {
-    std::vector<std::vector<std::string>> rows;
+    Rows rows;
     for (const Command& command : commands) {
         if (command.pszNoun == sNoun) {
-            AddRow(rows, command);
+            rows.emplace_back(command.Title(), command.pszSummary);
         }
     }
     return "Usage: sharedstore " + sNoun + " COMMAND [ARGUMENTS]; 'sharedstore " + sNoun + " COMMAND --help' explains one.\n\nCommands:\n" +
-           Columns(rows);
+           Table(rows);
+}
+
+std::string CommandPage(const Command& command)
+{
+    Rows rows;
+    for (const Argument& argument : command.arguments) {
+        rows.emplace_back(TermOf(argument), argument.pszHelp);
+    }
+    rows.emplace_back(TermOf(HelpArgument), HelpArgument.pszHelp);
+    return "Usage: sharedstore " + Synopsis(command) + "\n\n" + Wrap("", 0, command.pszSummary) + "\nArguments:\n" + Table(rows) +
+           "\nExamples:\n" + command.pszExamples;
+}
+
+std::string Synopsis(const Command& command)
+{
+    std::string sText = command.Title();
+    bool bOptions = false;
+    for (const Argument& argument : command.arguments) {
+        const std::string sName = argument.pszName;
+        bOptions = bOptions || !argument.IsPositional();
+        if (argument.IsPositional()) {
+            sText += ' ' + (argument.takes == Takes::Positional ? sName : '[' + sName + ']');
+        }
+    }
+    return bOptions ? sText + " [OPTIONS]" : sText;
+}
+
+std::string TermOf(const Argument& argument)
+{
+    std::string sTerm = argument.pszName;
+    if (const std::size_t uComma = sTerm.find(','); uComma != std::string::npos) {
+        sTerm.insert(uComma + 1, " ");
+    }
+    return *argument.pszValueName == '\0' ? sTerm : sTerm + ' ' + argument.pszValueName;
 }
 
 } // namespace Tool

@@ -17,4 +17,11 @@ std::string Overview(const std::vector<Command>& commands);
 /// The page of one noun.
 std::string OverviewOfNoun(const std::vector<Command>& commands, const std::string& sNoun);
 
+/// The page of one command.
+std::string CommandPage(const Command& command);
+
+/// What the manual page says in the same words: "store add STORE [OPTIONS]", "-o, --output FILE".
+std::string Synopsis(const Command& command);
+std::string TermOf(const Argument& argument);
+
 } // namespace Tool

@@ -4,6 +4,7 @@
 #include "Manual.h"
 
 #include "Conventions.h"
+#include "Help.h"
 
 #include <algorithm>
 #include <cctype>
@@ -47,52 +48,29 @@ std::string Entry(const std::string& sTerm, const std::string& sText)
     return ".TP\n\\fB" + Roff(sTerm) + "\\fR\n" + Roff(sText) + '\n';
 }
 
-/// An argument as the help writes it: "-o, --output FILE".
-std::string TermOf(const Argument& argument)
-{
-    std::string sTerm = argument.pszName;
-    if (const std::size_t uComma = sTerm.find(','); uComma != std::string::npos) {
-        sTerm.insert(uComma + 1, " ");
-    }
-    return *argument.pszValueName == '\0' ? sTerm : sTerm + ' ' + argument.pszValueName;
-}
-
-std::string Synopsis(const Command& command)
-{
-    std::string sText = command.Title();
-    bool bOptions = false;
-    for (const Argument& argument : command.arguments) {
-        const std::string sName = argument.pszName;
-        if (argument.takes == Takes::Positional) {
-            sText += ' ' + sName;
-        } else if (argument.takes == Takes::OptionalPositional) {
-            sText += " [" + sName + ']';
-        } else {
-            bOptions = true;
-        }
-    }
-    return bOptions ? sText + " [OPTIONS]" : sText;
-}
-
 std::string Literal(const char* pszLines)
 {
-    return ".PP\n.nf\n" + Roff(pszLines) + ".fi\n";
+    return ".nf\n" + Roff(pszLines) + ".fi\n";
 }
 
 std::string CommandText(const Command& command)
 {
-    std::string sText = ".SS \"" + Roff(Synopsis(command)) + "\"\n" + Roff(command.pszSummary) + ".\n";
+    std::string sSummary = command.pszSummary;
+    sSummary[0] = static_cast<char>(std::toupper(static_cast<unsigned char>(sSummary[0])));
+    std::string sText = ".SS \"" + Roff(Synopsis(command)) + "\"\n" + Roff(sSummary) + ".\n";
     for (const Argument& argument : command.arguments) {
         sText += Entry(TermOf(argument), argument.pszHelp);
     }
-    return sText + Literal(command.pszExamples);
+    return sText + ".PP\n" + Literal(command.pszExamples);
 }
 
 std::string RoffSection(const HelpSection& section)
 {
     std::string sText = Heading(section.pszTitle);
+    const char* pszBreak = "";
     for (const HelpRow& row : section.rows) {
-        sText += *row.pszTerm == '\0' ? ".PP\n" + Roff(row.pszText) + '\n' : Entry(row.pszTerm, row.pszText);
+        sText += *row.pszTerm == '\0' ? pszBreak + Roff(row.pszText) + '\n' : Entry(row.pszTerm, row.pszText);
+        pszBreak = ".PP\n";
     }
     return sText;
 }

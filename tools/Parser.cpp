@@ -3,6 +3,7 @@
 
 #include "Parser.h"
 
+#include "Help.h"
 #include "support/Failure.h"
 #include "support/Output.h"
 #include "support/Text.h"
@@ -20,10 +21,10 @@ namespace
 CLI::Option* Declare(CLI::App& app, const Argument& argument)
 {
     if (argument.takes == Takes::Flag) {
-        return app.add_flag(argument.pszName, argument.pszHelp);
+        return app.add_flag(argument.pszName);
     }
     // The raw results are read after parsing: CLI11's conversions give a meaning to values such as "{}".
-    CLI::Option* pOption = app.add_option(argument.pszName, CLI::callback_t(), argument.pszHelp);
+    CLI::Option* pOption = app.add_option(argument.pszName, CLI::callback_t());
     pOption->expected(1)->allow_extra_args(false)->required(argument.takes == Takes::Positional)->type_name(argument.pszValueName);
     return argument.takes == Takes::Values ? pOption->take_all() : pOption;
 }
@@ -54,28 +55,46 @@ std::vector<std::string> ForCli(const std::vector<std::string>& words)
     return reversed;
 }
 
+void RequireChoice(const Argument& argument, const std::vector<std::string>& given)
+{
+    if (argument.pChoices == nullptr) {
+        return;
+    }
+    const std::vector<std::string> choices = argument.pChoices();
+    for (const std::string& sWord : given) {
+        if (std::find(choices.begin(), choices.end(), sWord) == choices.end()) {
+            std::string sAll;
+            for (const std::string& sChoice : choices) {
+                sAll += (sAll.empty() ? "" : sChoice == choices.back() ? " or " : ", ") + sChoice;
+            }
+            const char* pszWhat = argument.IsPositional() ? argument.pszName : argument.pszValueName;
+            throw CFailure(ExitCode::Usage, "'" + Display(sWord) + "' is no " + pszWhat + "; it is " + sAll);
+        }
+    }
+}
+
 } // namespace
 
 std::optional<CArguments> ParseArguments(const Command& command, const std::vector<std::string>& words)
 {
-    CLI::App app(command.pszSummary, "sharedstore " + command.Title());
-    app.footer(std::string("Examples:\n") + command.pszExamples);
-    app.get_formatter()->column_width(34);
-    std::vector<std::pair<std::string, CLI::Option*>> options;
+    CLI::App app;
+    app.set_help_flag(HelpArgument.pszName);
+    std::vector<CLI::Option*> options;
     for (const Argument& argument : command.arguments) {
-        options.emplace_back(LookupName(argument), Declare(app, argument));
+        options.push_back(Declare(app, argument));
     }
     try {
         app.parse(ForCli(words));
     } catch (const CLI::CallForHelp&) {
-        Print(app.help());
+        Print(CommandPage(command));
         return std::nullopt;
     } catch (const CLI::ParseError& error) {
         throw CFailure(ExitCode::Usage, Display(error.what()) + "; 'sharedstore " + command.Title() + " --help' explains");
     }
     std::map<std::string, std::vector<std::string>> values;
-    for (const auto& [sName, pOption] : options) {
-        values[sName] = pOption->results();
+    for (std::size_t u = 0; u < options.size(); ++u) {
+        RequireChoice(command.arguments[u], options[u]->results());
+        values[LookupName(command.arguments[u])] = options[u]->results();
     }
     return CArguments(std::move(values));
 }

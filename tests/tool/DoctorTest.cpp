@@ -37,8 +37,12 @@ TEST_F(ToolDoctorTest, EveryFault_IsFoundAndDecidesTheExitCode)
         {"SHAREDSTORE_LOG_LEVEL", "high", "", {"note     environment: SHAREDSTORE_LOG_LEVEL is ignored"}},
         {"SHAREDSTORE_REGISTRY_SINK", "x", "", {"note     environment: SHAREDSTORE_REGISTRY_SINK is ignored: there is no such"}},
         {"SHAREDSTORE_LOG", "/dev/null/log", "", {"problem  log: /dev/null/log can't be written"}},
-        {"SHAREDSTORE_REGISTRY", "relative", "", {"problem  registry folder: relative is no absolute path"}},
-        {"SHAREDSTORE_REGISTRY", "/nowhere", "", {"note     registry folder: /nowhere (from SHAREDSTORE_REGISTRY) does not exist"}},
+        {"SHAREDSTORE_REGISTRY",
+         "relative",
+         "",
+         {"problem  registry folder: relative is no absolute path", "note     policy: not checked, because"}},
+        {"SHAREDSTORE_REGISTRY", "/tmp/none", "", {"note     registry folder: /tmp/none (from SHAREDSTORE_REGISTRY) does not exist; the"}},
+        {"SHAREDSTORE_REGISTRY", "/dev/null/x", "", {"problem  registry folder: /dev/null/x: Not a directory"}},
     };
     for (const auto& row : rows) {
         SetUp();

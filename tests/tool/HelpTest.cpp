@@ -41,6 +41,9 @@ TEST_F(ToolHelpTest, Completion_KnowsNounsVerbsAndOptions)
                                             {"policy ''", "show set\n"},
                                             {"tree S --j", "--json\n"},
                                             {"data set S C I --s", "--string\n"},
+                                            {"pin state C P un", "unavailable\n"},
+                                            {"store add S --type ''", "memory registry\n"},
+                                            {"help registry ba", "backup\n"},
                                             {"tree ''", "\n"}}) {
         Write("script", std::string(". completion; COMP_WORDS=(sharedstore ") + sWords +
                             "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _sharedstore; echo \"${COMPREPLY[*]}\"");

@@ -108,14 +108,4 @@ TEST_F(ToolOutputTest, ExistingFile_IsReplacedOnlyWithForce)
     EXPECT_EQ(get("link --force"), Exists); // and no regular file
 }
 
-TEST_F(ToolOutputTest, Help_OfACommand_ShowsUsageAndExamples)
-{
-    for (const std::string sTitle : {"store add", "compartment status", "data get", "registry import", "shell"}) {
-        const std::string sPage = RunScript("help " + sTitle).sOutput;
-        EXPECT_NE(sPage.find("Usage: sharedstore " + sTitle), std::string::npos) << sPage;
-        EXPECT_NE(sPage.find("Examples:\n  "), std::string::npos) << sPage;
-    }
-    EXPECT_TRUE(Succeed({"--version"}).starts_with("sharedstore "));
-}
-
 } // namespace

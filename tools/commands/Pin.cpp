@@ -3,7 +3,6 @@
 
 #include "commands/Commands.h"
 
-#include "support/Failure.h"
 #include "support/Output.h"
 #include "support/Pin.h"
 #include "support/Secret.h"
@@ -17,6 +16,9 @@ namespace Tool
 
 namespace
 {
+
+constexpr const char* Available = "available";
+constexpr const char* Unavailable = "unavailable";
 
 CPin PinOf(const CArguments& arguments)
 {
@@ -65,11 +67,7 @@ void Remove(const CArguments& arguments, Session&)
 
 void ChangeState(const CArguments& arguments, Session&)
 {
-    const std::string& sState = arguments.Text("STATE");
-    if (sState != "available" && sState != "unavailable") {
-        throw CFailure(ExitCode::Usage, "'" + Display(sState) + "' is no state; it is available or unavailable");
-    }
-    PinOf(arguments).ChangeState(sState == "available");
+    PinOf(arguments).ChangeState(arguments.Text("STATE") == Available);
 }
 
 std::string TimeLeft(long lSeconds)
@@ -82,7 +80,7 @@ void List(const CArguments& arguments, Session&)
     nlohmann::json json = nlohmann::json::array();
     std::vector<std::vector<std::string>> rows = {{"PIN", "PIN ALWAYS", "BYPASS", "TIME LEFT"}};
     for (const SPINInfo& pin : CPin::List()) {
-        const char* pszState = pin.bAvailable ? "available" : "unavailable";
+        const char* pszState = pin.bAvailable ? Available : Unavailable;
         const std::string sPath(pin.sCompartmentIdGlobal);
         rows.push_back({Display(sPath), pszState, pin.bBypass ? "yes" : "no", TimeLeft(pin.lSecondsLeft)});
         json.push_back({{"path", JsonText(sPath)}, {"state", pszState}, {"bypass", pin.bBypass}, {"secondsLeft", nullptr}});
@@ -118,11 +116,14 @@ constexpr Argument GetArguments[] = {CompartmentOfPin,
                                      JsonFlag};
 constexpr Argument StatusArguments[] = {CompartmentOfPin, PinArgument, ParamOption, JsonFlag};
 constexpr Argument RemoveArguments[] = {CompartmentOfPin, PinArgument, ParamOption};
-constexpr Argument StateArguments[] = {
-    CompartmentOfPin,
-    PinArgument,
-    {"STATE", Takes::Positional, "available: a key that needs its PIN on every use may take it once; or unavailable"},
-    ParamOption};
+constexpr Argument StateArguments[] = {CompartmentOfPin,
+                                       PinArgument,
+                                       {"STATE", Takes::Positional,
+                                        "available: a key that needs its PIN on every use may take it once; or unavailable", "",
+                                        [] {
+                                            return std::vector<std::string>{Available, Unavailable};
+                                        }},
+                                       ParamOption};
 constexpr Argument ListArguments[] = {JsonFlag};
 
 const Command Table[] = {

@@ -11,20 +11,21 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+
 namespace Tool
 {
 
 namespace
 {
 
-const Policy& FindPolicy(const std::string& sName)
+std::vector<std::string> PolicyNames()
 {
+    std::vector<std::string> names;
     for (const Policy& policy : Policies()) {
-        if (sName == policy.pszName) {
-            return policy;
-        }
+        names.emplace_back(policy.pszName);
     }
-    throw CFailure(ExitCode::Usage, "there is no policy '" + Display(sName) + "'; 'sharedstore policy show' lists them");
+    return names;
 }
 
 void Show(const CArguments& arguments, Session&)
@@ -51,7 +52,9 @@ void Show(const CArguments& arguments, Session&)
 
 void Set(const CArguments& arguments, Session&)
 {
-    const Policy& policy = FindPolicy(arguments.Text("POLICY"));
+    const std::string& sName = arguments.Text("POLICY"); // one of PolicyNames
+    const Policy& policy =
+        *std::find_if(Policies().begin(), Policies().end(), [&sName](const Policy& row) { return sName == row.pszName; });
     const std::string& sValue = arguments.Text("VALUE");
     const KeyPath key = ParseKeyPath(policy.pszKey);
     if (sValue == "default") {
@@ -64,7 +67,7 @@ void Set(const CArguments& arguments, Session&)
 
 constexpr Argument ShowArguments[] = {JsonFlag};
 constexpr Argument SetArguments[] = {
-    {"POLICY", Takes::Positional, "its name, as 'policy show' lists it"},
+    {"POLICY", Takes::Positional, "its name, as 'policy show' lists it", "", PolicyNames},
     {"VALUE", Takes::Positional, "a number in its unit; 'never' for Timeout; 'default' removes the value"},
 };
 

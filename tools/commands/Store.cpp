@@ -101,13 +101,14 @@ void List(const CArguments& arguments, Session& session)
     }
 }
 
+std::vector<std::string> TypeNames()
+{
+    return {NameOfStoreType(OV::DataStore::MemoryStore), NameOfStoreType(OV::DataStore::RegistryStore)};
+}
+
 StoreSettings SettingsOf(const CArguments& arguments)
 {
-    const std::string sType = arguments.TextOr("--type", NameOfStoreType(OV::DataStore::MemoryStore));
-    const bool bRegistry = sType == NameOfStoreType(OV::DataStore::RegistryStore);
-    if (!bRegistry && sType != NameOfStoreType(OV::DataStore::MemoryStore)) {
-        throw CFailure(ExitCode::Usage, "'" + Display(sType) + "' is no type of store; --type is memory or registry");
-    }
+    const bool bRegistry = arguments.Has("--type") && arguments.Text("--type") == NameOfStoreType(OV::DataStore::RegistryStore);
     if (arguments.Has("--shared") && arguments.Has("--not-shared")) {
         throw CFailure(ExitCode::Usage, "--shared and --not-shared exclude each other");
     }
@@ -207,7 +208,7 @@ constexpr Argument InfoArguments[] = {StoreArgument, JsonFlag};
 constexpr Argument RemoveArguments[] = {StoreArgument};
 constexpr Argument AddArguments[] = {
     StoreArgument,
-    {"-t,--type", Takes::Value, "memory (default): gone with the process; registry: kept, for all processes", "TYPE"},
+    {"-t,--type", Takes::Value, "memory (default): gone with the process; registry: kept, for all processes", "TYPE", TypeNames},
     {"-e,--encrypted", Takes::Flag,
      "encrypt values before they are stored; a registry store needs the key file that 'keyfile create' makes"},
     {"--shared", Takes::Flag, "shared between user sessions (default): data operations need it"},

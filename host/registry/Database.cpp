@@ -114,7 +114,7 @@ bool CDatabase::RunInspect(const InspectAct& act)
             act(*m_pEnvironment);
             return true;
         } catch (const CStorageError&) {
-            Close(); // it may have lost its map
+            Close(); // it may have lost its map; no thread is in a transaction, and the next one opens it anew
             throw;
         }
     }

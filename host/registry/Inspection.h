@@ -8,16 +8,18 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace Registry
 {
 
 /// @file
-/// What an administrator asks of the registry database, and no program that keeps values in it. Nothing here changes a
-/// record; as every process that opens the registry does, these functions free the reader slots of processes that died.
-/// They wait for the transactions of this process, and no other thread of it gets at the registry meanwhile.
+/// What an administrator asks of the registry database, and no program that keeps values in it. But for WriteValues nothing
+/// here changes a record; as every process that opens the registry does, these functions free the reader slots of processes that died.
+/// Inspection and backup wait for the transactions of this process, and no other thread of it gets at the registry meanwhile.
 
 /// What the permissions of the registry's files allow this process.
 enum class EAccess {
@@ -56,6 +58,21 @@ SHAREDSTORE_API long ReadRegistryState(std::uint64_t& uState) noexcept;
 /// @return a code of platform/Registry.h; ERROR_FILE_NOT_FOUND when there is no registry, ERROR_ALREADY_EXISTS when the
 ///         folder holds one
 SHAREDSTORE_API long BackUpRegistry(const std::filesystem::path& folder, SPageCounts& counts, std::string& sReason) noexcept;
+
+/// A value to be written. It borrows the strings.
+struct SNewValue
+{
+    const char* pszHive;
+    const char* pszSubKey;
+    const char* pszName; ///< null: the key alone is made
+    unsigned long ulType;
+    std::string_view sData;
+};
+
+/// Writes values, and makes their keys where they are missing, in one transaction: all of them or none, and the disk is
+/// waited for once. Other processes can't write meanwhile.
+/// @return a code of platform/Registry.h
+SHAREDSTORE_API long WriteValues(std::span<const SNewValue> values) noexcept;
 
 /// A Win32 number that no function of platform/Registry.h answers.
 constexpr long ERROR_ALREADY_EXISTS = 183;

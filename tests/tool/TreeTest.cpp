@@ -56,7 +56,7 @@ TEST_F(ToolTreeTest, Watch_TellsWhatOthersChangeAndEndsOnASignal)
           "t=" SHAREDSTORE_TOOL "; coproc $t watch W --json --interval 10 --for 50; out() { read -r l <&${COPROC[0]}; echo $l; }; out\n"
           "$t data set W A/B i --int 1; out; out; out; $t data set W A/B i --int 2; out; $t compartment remove W A/B\n"
           "out; out; kill -INT $COPROC_PID; wait $COPROC_PID; echo [$?]\n"
-          "$t watch W --interval 10 --for 50 > >(read -r l); echo [$?]\n"); // whose reader goes at once
+          "timeout 20 $t watch W --interval 10 > >(read -r l); echo [$?]\n"); // whose reader goes at once
     const std::string sOut = std::regex_replace(RunShell(), std::regex("\"time\":[^}]*|[{}\"]"), "");
     EXPECT_EQ(sOut,
               "compartment:/,event:watching,item:null,\ncompartment:A,event:added,item:null,\ncompartment:A/B,event:added,item:null,\n"

@@ -12,7 +12,9 @@
 #include "support/RegistryText.h"
 #include "support/Sources.h"
 
+#include <algorithm>
 #include <limits>
+#include <span>
 
 namespace Tool
 {
@@ -53,33 +55,52 @@ void Export(const CArguments& arguments, Session&)
     arguments.Has("--output") ? WriteFile(arguments.Text("--output"), sText, arguments.Has("--force")) : Print(sText);
 }
 
-std::size_t CountValues(const std::vector<RegistrySection>& sections)
+/// What sections say, in their order; it borrows their strings.
+std::vector<Registry::SNewValue> Flatten(const std::vector<RegistrySection>& sections)
 {
+    std::vector<Registry::SNewValue> values;
+    for (const auto& [key, valuesOfKey] : sections) {
+        const Registry::SNewValue keyAlone = {key.sHive.c_str(), key.sSubKey.c_str(), nullptr, REG_NONE, {}};
+        values.push_back(keyAlone);
+        for (const RegistryValue& value : valuesOfKey) {
+            values.push_back({keyAlone.pszHive, keyAlone.pszSubKey, value.sName.c_str(), value.ulType, View(value.data)});
+        }
+    }
+    return values;
+}
+
+/// How many of them are written at once: each transaction waits for the disk, and keeps other processes from writing
+/// until it ends.
+std::size_t SizeOfBatch(std::span<const Registry::SNewValue> values)
+{
+    constexpr std::size_t MaxValues = 1000;
+    constexpr std::size_t MaxBytes = 65536;
+    std::size_t uBytes = 0;
     std::size_t uCount = 0;
-    for (const RegistrySection& section : sections) {
-        uCount += section.values.size();
+    while (uCount < std::min(values.size(), MaxValues) && (uCount == 0 || uBytes + values[uCount].sData.size() <= MaxBytes)) {
+        uBytes += values[uCount++].sData.size();
     }
     return uCount;
 }
 
-/// Writes value by value: one transaction for all would keep other processes from writing until it ends.
 void WriteSections(const std::vector<RegistrySection>& sections)
 {
-    const std::size_t uTotal = CountValues(sections);
+    const std::vector<Registry::SNewValue> values = Flatten(sections);
+    const std::size_t uTotal = values.size() - sections.size();
     std::size_t uWritten = 0;
     CProgress progress("values written", uTotal);
-    try {
-        for (const RegistrySection& section : sections) {
-            CKey key(section.key);
-            for (const RegistryValue& value : section.values) {
-                key.Set(value);
-                ++uWritten;
-                progress.Step();
-            }
+    std::span<const Registry::SNewValue> rest = values;
+    while (!rest.empty()) {
+        const auto batch = rest.first(SizeOfBatch(rest));
+        if (const long lCode = Registry::WriteValues(batch); lCode != ERROR_SUCCESS) {
+            const CFailure failure = RegistryFailure(lCode, "registry");
+            throw CFailure(failure.Code(), std::string(failure.what()) + "; the first " + std::to_string(uWritten) + " of " +
+                                               std::to_string(uTotal) + " values are written: import again to complete them");
         }
-    } catch (const CFailure& failure) {
-        throw CFailure(failure.Code(), std::string(failure.what()) + "; the first " + std::to_string(uWritten) + " of " +
-                                           std::to_string(uTotal) + " values are written: import again to complete them");
+        const auto nKeys = std::count_if(batch.begin(), batch.end(), [](const auto& value) { return value.pszName == nullptr; });
+        uWritten += batch.size() - static_cast<std::size_t>(nKeys);
+        progress.ShowAt(uWritten);
+        rest = rest.subspan(batch.size());
     }
 }
 

@@ -28,9 +28,9 @@ CProgress::~CProgress()
     }
 }
 
-void CProgress::Step()
+void CProgress::ShowAt(std::size_t uDone)
 {
-    ++m_uDone;
+    m_uDone = uDone;
     if (!m_bTerminal || Clock::now() < m_Next) {
         return;
     }

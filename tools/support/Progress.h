@@ -21,7 +21,8 @@ public:
     CProgress(const CProgress&) = delete;
     CProgress& operator=(const CProgress&) = delete;
 
-    void Step();
+    void Step() { ShowAt(m_uDone + 1); }
+    void ShowAt(std::size_t uDone);
 
 private:
     using Clock = std::chrono::steady_clock;

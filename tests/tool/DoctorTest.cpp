@@ -93,15 +93,22 @@ TEST_F(ToolDoctorTest, Backup_IsACompletePrivateCopyThatReplacesNothing)
     Succeed({"registry", "delete", "HKLM\\A", "big"});
     const std::string sAll = Succeed({"registry", "export"});
     EXPECT_GT(SucceedWithJson({"registry", "check", "--json"})["freePages"], 20);
-    EXPECT_EQ(Succeed({"registry", "backup", Path("new/copy")}), Path("new/copy").string() + ": 4 keys, 1 values\n");
-    EXPECT_EQ(std::filesystem::status(Path("new/copy/data.mdb")).permissions(), std::filesystem::perms(0600));
-    Succeed({"registry", "set", "HKLM\\A", "later", "--dword", "1"});
-    EXPECT_EQ(Run({"registry", "backup", Path("new/copy")}).nExitCode, Exists);
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(Path("new/copy")), {}), 1) << "a temporary file is left";
+    EXPECT_EQ(Run({"registry", "backup", Path("busy/copy")}).nExitCode, Exists);
+    EXPECT_EQ(Run({"registry", "backup", Path("network/busy/copy")}).nExitCode, Exists);
+    for (const char* pszFolder : {"new/copy", "network/copy"}) {
+        setenv("SHAREDSTORE_REGISTRY", Path("registry").c_str(), 1);
+        const std::string sFolder = Path(pszFolder);
+        EXPECT_EQ(Succeed({"registry", "backup", sFolder}), sFolder + ": 4 keys, 1 values\n");
+        EXPECT_EQ(std::filesystem::status(sFolder + "/data.mdb").permissions(), std::filesystem::perms(0600));
+        EXPECT_EQ(Run({"registry", "backup", sFolder}).nExitCode, Exists);
+        EXPECT_EQ(std::distance(std::filesystem::directory_iterator(sFolder), {}), 1) << "a temporary file is left";
+        Succeed({"registry", "export", "-o", sFolder + "/text"});
+        EXPECT_EQ(Run({"registry", "export", "-o", sFolder + "/text"}).nExitCode, Exists);
 
-    setenv("SHAREDSTORE_REGISTRY", Path("new/copy").c_str(), 1);
-    EXPECT_EQ(Succeed({"registry", "export"}), sAll);
-    EXPECT_EQ(SucceedWithJson({"registry", "check", "--json"})["freePages"], 0);
+        setenv("SHAREDSTORE_REGISTRY", sFolder.c_str(), 1);
+        EXPECT_EQ(Succeed({"registry", "export"}), sAll);
+        EXPECT_EQ(SucceedWithJson({"registry", "check", "--json"})["freePages"], 0);
+    }
 }
 
 TEST_F(ToolDoctorTest, Import_ThatFailsHalfway_TellsHowFarItCame)

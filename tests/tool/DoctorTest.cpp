@@ -90,7 +90,7 @@ TEST_F(ToolDoctorTest, Backup_IsACompletePrivateCopyThatReplacesNothing)
     EXPECT_EQ(Run({"registry", "backup", Path("copy")}).nExitCode, NotFound);
     Succeed({"registry", "set", "HKLM\\A", "big", "--string", std::string(100000, 'b')});
     Succeed({"registry", "set", "HKCU\\B", "", "--dword", "1"});
-    Succeed({"registry", "delete", "HKLM\\A", "big"});
+    Succeed({"registry", "remove", "HKLM\\A", "big"});
     const std::string sAll = Succeed({"registry", "export"});
     EXPECT_GT(SucceedWithJson({"registry", "check", "--json"})["freePages"], 20);
     EXPECT_EQ(Run({"registry", "backup", Path("busy/copy")}).nExitCode, Exists);

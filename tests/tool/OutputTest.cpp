@@ -32,7 +32,7 @@ TEST_F(ToolOutputTest, Script_PrintsWhatItWasAskedFor)
         {sSet + "--qword 18446744073709551615" + sGet, "18446744073709551615\n"},
         {sSet + "--multi-string a --multi-string 'b c'" + sGet, "a\nb c\n"},
         {sSet + "--binary '0a 0b'" + sGet, "\n\v"},
-        {sSet + "--file bytes" + sGet + "registry list 'HKLM\\Types'\nregistry delete 'HKLM\\Types' v\n",
+        {sSet + "--file bytes" + sGet + "registry list 'HKLM\\Types'\nregistry remove 'HKLM\\Types' v\n",
          std::string("\0\xff", 2) + "v  REG_BINARY  2  00ff\n"},
         {"store add list\nstore add -- --json\n" // names that look like commands or options
          "data set list ++ --string a -- -x\ndata set list data get --string=\ndata get list data get\ntree list\ntree -- --json\n",

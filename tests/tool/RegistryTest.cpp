@@ -35,7 +35,7 @@ TEST_F(ToolRegistryTest, ImportAndExport_KeepTypesNamesAndBytes)
     EXPECT_EQ(Run({"registry", "list", "HKLM\\Nasty"}).nExitCode, NotFound);
     Succeed({"registry", "import", "-"}, NastyExport);
     Succeed({"registry", "export", "HKLM\\Nasty", "-o", "out"});
-    Succeed({"registry", "delete", "HKLM\\Nasty", "--recursive"});
+    Succeed({"registry", "remove", "HKLM\\Nasty", "--recursive"});
     EXPECT_EQ(Run({"registry", "export", "HKLM\\Nasty"}).nExitCode, NotFound);
     Succeed({"registry", "import", "out"});
     EXPECT_EQ(Succeed({"registry", "export", "HKLM\\Nasty"}), NastyExport);

@@ -14,7 +14,7 @@ TEST_F(ToolStoreTest, Add_ExistingStore_ChangesItsSettingsOnlyWithForce)
     const Outcome refused = Run({"store", "add", "Cards", "--encrypted"});
     EXPECT_EQ(refused.nExitCode, Exists);
     EXPECT_EQ(refused.sError, "sharedstore: store add Cards: there is such a store already; --force changes its settings\n");
-    EXPECT_EQ(Succeed({"store", "info", "Cards"}), "           CONFIGURED  REGISTERED\n"
+    EXPECT_EQ(Succeed({"store", "show", "Cards"}), "           CONFIGURED  REGISTERED\n"
                                                    "type       memory      memory\n"
                                                    "encrypted  no          no\n"
                                                    "shared     yes         yes\n"
@@ -22,7 +22,7 @@ TEST_F(ToolStoreTest, Add_ExistingStore_ChangesItsSettingsOnlyWithForce)
     const Outcome forced = Run({"store", "add", "Cards", "-t", "registry", "-e", "--not-shared", "-p", "\xc3(", "--force"});
     EXPECT_EQ(forced.nExitCode, Ok);
     EXPECT_EQ(forced.sError.rfind("sharedstore: warning: 'Cards' is configured, but can't be used until its key ", 0), 0U) << forced.sError;
-    EXPECT_EQ(SucceedWithJson({"store", "info", "Cards", "--json"})["configured"],
+    EXPECT_EQ(SucceedWithJson({"store", "show", "Cards", "--json"})["configured"],
               (nlohmann::json{{"type", "registry"}, {"encrypted", true}, {"shared", false}, {"product", {{"hex", "c328"}}}}));
 }
 

@@ -138,7 +138,7 @@ void Set(const CArguments& arguments, Session& session)
     CKey(key).Set(value);
 }
 
-void Delete(const CArguments& arguments, Session&)
+void Remove(const CArguments& arguments, Session&)
 {
     const KeyPath key = ParseKeyPath(arguments.Text("KEY"));
     const char* pszHive = key.sHive.c_str();
@@ -148,7 +148,7 @@ void Delete(const CArguments& arguments, Session&)
         throw CFailure(ExitCode::Usage, "--recursive is for keys, not for values");
     }
     if (!bValue && key.sSubKey.empty()) {
-        throw CFailure(ExitCode::Usage, key.sHive + " is a hive, and a hive can't be deleted; name a key below it");
+        throw CFailure(ExitCode::Usage, key.sHive + " is a hive, and a hive can't be removed; name a key below it");
     }
     const long lCode = bValue ? ovRegDeleteValue(pszHive, pszSubKey, CheckedValueName(arguments.Text("NAME")).c_str(), 0)
                               : ovRegDeleteKey(pszHive, pszSubKey, arguments.Has("--recursive"), 0);
@@ -170,9 +170,9 @@ constexpr Argument SetArguments[] = {
     {"-b,--binary", Takes::Value, "REG_BINARY from hexadecimal digits", "DIGITS"},
     {"-f,--file", Takes::Value, "REG_BINARY from a file; '-' is standard input", "FILE"},
 };
-constexpr Argument DeleteArguments[] = {KeyArgument,
-                                        {"NAME", Takes::OptionalPositional, "a value's name; without it the key is deleted"},
-                                        {"-r,--recursive", Takes::Flag, "delete the key's sub-keys too"}};
+constexpr Argument RemoveArguments[] = {KeyArgument,
+                                        {"NAME", Takes::OptionalPositional, "a value's name; without it the key is removed"},
+                                        {"-r,--recursive", Takes::Flag, "remove the key's sub-keys too"}};
 
 const Command Table[] = {
     {"registry", "list", "list the sub-keys of a key, and its values with type, size and their first bytes in hexadecimal", ListArguments,
@@ -185,10 +185,10 @@ const Command Table[] = {
      "  sharedstore registry set 'HKLM\\Software\\Example' Count --dword 42\n"
      "  sharedstore registry set 'HKLM\\Software\\Example' Names --multi-string one --multi-string two\n",
      Set},
-    {"registry", "delete", "delete a value or a key", DeleteArguments,
-     "  sharedstore registry delete 'HKLM\\Software\\Example' Count\n"
-     "  sharedstore registry delete 'HKLM\\Software\\Example' --recursive\n",
-     Delete},
+    {"registry", "remove", "remove a value or a key", RemoveArguments,
+     "  sharedstore registry remove 'HKLM\\Software\\Example' Count\n"
+     "  sharedstore registry remove 'HKLM\\Software\\Example' --recursive\n",
+     Remove},
 };
 
 } // namespace

@@ -180,7 +180,7 @@ void Remove(const CArguments& arguments, Session& session)
     }
 }
 
-void Info(const CArguments& arguments, Session& session)
+void Show(const CArguments& arguments, Session& session)
 {
     const KnownStore known = Know(session, arguments.Text("STORE"));
     if (!known.config.has_value() && !known.registered.has_value()) {
@@ -204,7 +204,7 @@ void Info(const CArguments& arguments, Session& session)
 }
 
 constexpr Argument ListArguments[] = {JsonFlag};
-constexpr Argument InfoArguments[] = {StoreArgument, JsonFlag};
+constexpr Argument ShowArguments[] = {StoreArgument, JsonFlag};
 constexpr Argument RemoveArguments[] = {StoreArgument};
 constexpr Argument AddArguments[] = {
     StoreArgument,
@@ -226,8 +226,8 @@ const Command Table[] = {
      Add},
     {"store", "remove", "remove a store's configuration; what a registry store holds stays", RemoveArguments,
      "  sharedstore store remove Cards\n", Remove},
-    {"store", "info", "show a store's configuration, and whether this process registered it", InfoArguments,
-     "  sharedstore store info Cards\n", Info},
+    {"store", "show", "show a store's configuration, and whether this process registered it", ShowArguments,
+     "  sharedstore store show Cards\n", Show},
 };
 
 } // namespace

@@ -46,7 +46,7 @@ constexpr NamedCode<long> RegistryCodes[] = {
     {ERROR_INVALID_PARAMETER, "ERROR_INVALID_PARAMETER",
      "key names have 1 to 254 bytes and no backslash, value names at most 255, data at most 16777216"},
     {ERROR_DISK_FULL, "ERROR_DISK_FULL", "free some space on the registry's file system"},
-    {ERROR_DIR_NOT_EMPTY, "ERROR_DIR_NOT_EMPTY", "the key has sub-keys; --recursive deletes them too"},
+    {ERROR_DIR_NOT_EMPTY, "ERROR_DIR_NOT_EMPTY", "the key has sub-keys; --recursive removes them too"},
     {ERROR_MORE_DATA, "ERROR_MORE_DATA"},
     {ERROR_NO_MORE_ITEMS, "ERROR_NO_MORE_ITEMS"},
     {ERROR_DIRECTORY, "ERROR_DIRECTORY", "SHAREDSTORE_REGISTRY must be the absolute path of a folder, and none of its parts a file"},

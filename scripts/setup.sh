@@ -12,7 +12,8 @@ instructions=(valgrind)
 abi=(python3 python3-clang)
 package=(dpkg-dev file lintian)
 docs=(doxygen)
-groups="build demo test clang lint bench instructions abi package docs"
+journeys=(debootstrap)
+groups="build demo test clang lint bench instructions abi package docs journeys"
 
 if (($# == 0)) || [[ $1 == -h || $1 == --help ]]; then
     echo "usage: scripts/setup.sh GROUP...   with groups ${groups// /, }"

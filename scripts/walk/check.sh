@@ -21,7 +21,7 @@ check_file() {
 
 check_command() {
     local words=($1)
-    [[ ${words[0]} == sharedstore && ${words[1]:-} =~ ^[a-z]+$ ]] || return 0
+    [[ ${words[0]:-} == sharedstore && ${words[1]:-} =~ ^[a-z]+$ ]] || return 0
     local command=("${words[1]}")
     [[ ${words[2]:-} =~ ^[a-z]+$ ]] && command+=("${words[2]}")
     "$sharedstore" help "${command[@]}" >/dev/null 2>&1 || complain "$2: there is no command '${words[*]:0:3}'"

@@ -15,7 +15,7 @@ walk_step=0
 walk_end() {
     local status=$?
     ((status == 0 && walk_step == ${#walk_steps[@]})) && return
-    echo "$walk_document:${walk_steps[walk_step]}: this command failed, with exit code $status"
+    echo "$walk_document:${walk_steps[walk_step]}: the walk ended here, with exit code $status"
     exit 1
 }
 trap walk_end EXIT

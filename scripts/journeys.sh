@@ -51,6 +51,10 @@ for journey in "${journeys[@]}"; do
     begun=$SECONDS
     scripts/walk/copy.sh "$image" "$clone" scripts/walk/run.sh "$document" "${left_out[@]}" </dev/null |& readable | tee "$transcript"
     took=$((SECONDS - begun))
+    grep -q '^\$ ' "$transcript" || {
+        echo "scripts/journeys.sh: there is no command in $document" >&2
+        exit 1
+    }
     echo "== $journey: $took s"
     ((${#left_out[@]})) && continue
     {

@@ -35,7 +35,7 @@ image=$PWD/build/journeys/bookworm
 [[ -d $image ]] || scripts/walk/image.sh "$image"
 clone=/root/sharedstore
 rm -rf "$image$clone"
-git clone --quiet --no-hardlinks . "$image$clone"
+git -c advice.detachedHead=false clone --quiet --no-hardlinks . "$image$clone"
 git -C "$image$clone" remote remove origin
 
 # As on a terminal: a line that was written over shows its last state. Colours and the names of mirrors don't matter.
@@ -61,7 +61,7 @@ for journey in "${journeys[@]}"; do
         echo "Walked:  $document"
         echo "Date:    $(date --utc +%F)"
         echo "Machine: Debian $(cat "$image/etc/debian_version"), $(dpkg-query --root "$image" --show | wc -l) packages, git and sudo among them; $(nproc) cores"
-        echo "Commit:  $(git log -1 --format=%s)"
+        echo "Commit:  $(git -C "$image$clone" log -1 --format=%s)"
         echo "Took:    $((took / 60)) min $((took % 60)) s"
         echo
         cat "$transcript"

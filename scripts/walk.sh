@@ -29,7 +29,7 @@ for argument in "$@"; do
 done
 (($#)) || documents=(README.md CONTRIBUTING.md SECURITY.md docs/*.md)
 
-# In the copy, without a terminal: programs must not ask, and must print what they print into a file.
+# Without a terminal, so that no program asks for anything or draws its progress.
 copy() {
     scripts/walk/copy.sh / "$PWD" "$@" </dev/null |& cat
 }

@@ -20,7 +20,8 @@ check_file() {
 }
 
 check_command() {
-    local words=($1)
+    local words=()
+    read -ra words <<<"$1"
     [[ ${words[0]:-} == sharedstore && ${words[1]:-} =~ ^[a-z]+$ ]] || return 0
     local command=("${words[1]}")
     [[ ${words[2]:-} =~ ^[a-z]+$ ]] && command+=("${words[2]}")

@@ -5,10 +5,10 @@
 set -euo pipefail
 
 namespaces=(--mount --pid --uts --fork --kill-child)
-((EUID == 0)) && unshare "${namespaces[@]}" true 2>/dev/null || {
+if ((EUID != 0)) || ! unshare "${namespaces[@]}" true 2>/dev/null; then
     echo "scripts/walk/copy.sh: a copy of the machine needs root, and a kernel that lets root have namespaces" >&2
     exit 1
-}
+fi
 
 # What the copy writes; on a disk, as it can be much.
 scratch=$(mktemp -d --tmpdir="${TMPDIR:-/var/tmp}" walk.XXXXXX)

@@ -7,7 +7,8 @@ usage="usage: scripts/walk.sh [DOCUMENT...]
 
 Runs the sh blocks of each DOCUMENT (default: all) in order, in one shell, as root, from the top of this tree; and checks that
 files and commands named elsewhere exist. The first command that fails ends the walk. Neither the system nor this tree
-is changed: each document has a copy of the machine for itself. TMPDIR names the disk for what it writes (default /var/tmp)."
+is changed: each document has a copy of the machine for itself. TMPDIR names the disk for what it writes (default /var/tmp).
+Exit code 77 means that there can be no copy here: not root, or no namespaces."
 
 documents=()
 for argument in "$@"; do

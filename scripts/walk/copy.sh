@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # Runs a command as root on a copy of a machine that is thrown away afterwards, with all processes that it left behind.
 # usage: scripts/walk/copy.sh ROOT FOLDER COMMAND...
-# ROOT holds the machine's files: / is this one. COMMAND begins in FOLDER of the copy.
+# ROOT holds the machine's files: / is this one. COMMAND begins in FOLDER of the copy. Exit code 77: there can be no copy.
 set -euo pipefail
 
 namespaces=(--mount --pid --uts --fork --kill-child)
 if ((EUID != 0)) || ! unshare "${namespaces[@]}" true 2>/dev/null; then
     echo "scripts/walk/copy.sh: a copy of the machine needs root, and a kernel that lets root have namespaces" >&2
-    exit 1
+    exit 77
 fi
 
 # What the copy writes; on a disk, as it can be much.

@@ -1,9 +1,20 @@
 #!/usr/bin/env bash
-# Configures and builds one preset, quietly. usage: scripts/build.sh PRESET [TARGET...]
+# Configures and builds one preset, quietly. It installs nothing: the other scripts do before they call it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-preset=${1:?usage: scripts/build.sh PRESET [TARGET...]}
+usage="usage: scripts/build.sh PRESET [TARGET...]"
+case ${1:-} in
+-h | --help)
+    echo "$usage"
+    exit 0
+    ;;
+'' | -*)
+    echo "$usage" >&2
+    exit 2
+    ;;
+esac
+preset=$1
 shift
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT

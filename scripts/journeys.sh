@@ -39,7 +39,8 @@ git -c advice.detachedHead=false clone --quiet --no-hardlinks . "$image$clone"
 git -C "$image$clone" remote remove origin
 
 # As on a terminal: a line that was written over shows its last state. Colours and the names of mirrors don't matter.
-mirrors=$(grep -oE '//[^/]+' "$image/etc/apt/sources.list" | sort -u | sed 's/[.]/\\./g' | paste -sd '|')
+mirrors=$(sed -nE 's#^deb [^ ]*(//[^/]+).*#\1#p' "$image/etc/apt/sources.list" | sort -u | sed 's/[.]/\\./g' | paste -sd '|')
+mirrors=${mirrors:-//deb[.]debian[.]org}
 readable() {
     sed -u -E -e 's/\x1b\[[0-9;]*[A-Za-z]//g' -e 's/\r+$//' -e 's/.*\r//' -e "s#$mirrors#//mirror#g"
 }

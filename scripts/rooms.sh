@@ -36,9 +36,12 @@ room_of() {
 
 # Finds a header as the compilers do: next to the file, then in its own tree, then in the others.
 room_of_header() { # FOLDER HEADER
-    local folder
+    local folder found
     for folder in "$1" "${1%%/*}" src host; do
-        [[ -f $folder/$2 ]] && room_of "$folder/$2" && return
+        found=$folder/$2
+        [[ -f $found ]] || continue
+        [[ $found != *../* ]] || found=$(realpath --relative-to=. "$found")
+        room_of "$found" && return
     done
     return 1
 }
@@ -102,8 +105,8 @@ trap 'rm -f "$drawn"' EXIT
 awk -v begin="$begin" -v end="$end" -v picture="$(draw)" '
     $0 == end { inside = 0; ends++ }
     !inside { print }
-    $0 == begin { print picture; inside = 1 }
-    END { exit ends != 1 }' "$page" >"$drawn" || fail "$page lacks the lines around the picture"
+    $0 == begin { print picture; inside = 1; begins++ }
+    END { exit begins != 1 || ends != 1 }' "$page" >"$drawn" || fail "$page lacks the lines around the picture"
 
 ((failed)) || if [[ ${1:-} == --update ]]; then
     cat "$drawn" >"$page"

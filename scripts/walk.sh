@@ -28,7 +28,7 @@ for argument in "$@"; do
     }
     documents+=("$argument")
 done
-(($#)) || documents=(README.md CONTRIBUTING.md SECURITY.md docs/*.md)
+(($#)) || documents=(*.md docs/*.md docs/journeys/*.md)
 
 # Without a terminal, so that no program asks for anything or draws its progress.
 copy() {

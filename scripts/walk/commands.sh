@@ -8,7 +8,7 @@ text=
 lines=$(awk -f "$(dirname "$0")/lines.awk" "$document")
 while IFS= read -r record; do
     kind=${record%%:*} rest=${record#*:}
-    [[ $kind == code ]] && continue
+    [[ $kind == code || $kind == link ]] && continue
     if [[ $kind == end ]]; then
         [[ -z $text ]] || {
             echo "$document:$begun: this command has no end" >&2

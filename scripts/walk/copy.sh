@@ -12,5 +12,8 @@ fi
 
 # What the copy writes; on a disk, as it can be much.
 scratch=$(mktemp -d --tmpdir="${TMPDIR:-/var/tmp}" walk.XXXXXX)
-trap 'rm -rf "$scratch"' EXIT
-unshare "${namespaces[@]}" "$(dirname "$0")/enter.sh" "$scratch" "$@"
+unshare "${namespaces[@]}" "$(dirname "$0")/enter.sh" "$scratch" "$@" &
+inside=$!
+trap 'kill "$inside" 2>/dev/null && wait "$inside" || true; rm -rf --one-file-system "$scratch"' EXIT
+trap 'exit 143' HUP INT TERM
+wait "$inside"

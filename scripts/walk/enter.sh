@@ -38,7 +38,7 @@ mount -t tmpfs tmpfs "$copy/dev/shm"
 install -d -m 1777 "$scratch/tmp" "$copy/var/tmp" "$copy/tmp"
 mount --bind "$scratch/tmp" "$copy/var/tmp"
 
-cp --remove-destination /etc/resolv.conf "$copy/etc/resolv.conf"
+[[ ! -e /etc/resolv.conf ]] || cp --remove-destination /etc/resolv.conf "$copy/etc/resolv.conf"
 hostname clean
 echo "127.0.0.1 clean" >>"$copy/etc/hosts"
 [[ -x $copy/usr/bin/sudo ]] || {

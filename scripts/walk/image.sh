@@ -9,7 +9,7 @@ release=bookworm
 log=$image.log
 umask 022
 mkdir -p "$(dirname "$image")"
-rm -rf "$making"
+rm -rf --one-file-system "$making"
 
 sources=$(apt-get indextargets --format 'deb $(REPO_URI) $(RELEASE) $(COMPONENT)' 'Created-By: Packages' |
     grep -E "^deb [^ ]+ $release(-updates|-security)? main$" || echo "deb http://deb.debian.org/debian $release main")

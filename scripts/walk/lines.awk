@@ -2,6 +2,7 @@
 #   command:LINE:TEXT   a line of an sh block
 #   end:LINE:           the end of one
 #   code:LINE:TEXT      a piece of inline code; LINE is where its paragraph begins
+#   link:LINE:FILE      the file that a link leads to
 
 function complain(line, what) {
     printf "%s:%d: %s\n", FILENAME, line, what >"/dev/stderr"
@@ -15,6 +16,15 @@ function end_paragraph() {
         paragraph = substr(paragraph, RSTART + RLENGTH)
     }
     paragraph = ""
+}
+
+function find_links(text) {
+    while (match(text, /\]\([^)# ]+/)) {
+        target = substr(text, RSTART + 2, RLENGTH - 2)
+        if (target !~ /:\/\//)
+            printf "link:%d:%s\n", FNR, target
+        text = substr(text, RSTART + RLENGTH)
+    }
 }
 
 /^```/ && !inside {
@@ -62,6 +72,7 @@ inside { next }
     if (paragraph == "")
         begun = FNR
     paragraph = paragraph " " $0
+    find_links($0)
 }
 
 END {

@@ -27,7 +27,8 @@ for (( ; walk_step < ${#walk_steps[@]}; walk_step += 2)); do
         continue
     fi
     sed '1s/^/$ /; 2,$s/^/> /' <<<"$walk_command"
-    if [[ $walk_left_out == *" ${walk_command%%[[:space:]]*} "* ]]; then
+    walk_program=${walk_command#sudo } walk_program=${walk_program#./}
+    if [[ $walk_left_out == *" ${walk_program%%[[:space:]]*} "* ]]; then
         echo "(left out: it would walk this document again)"
         continue
     fi

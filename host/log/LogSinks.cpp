@@ -6,6 +6,7 @@
 #include "log/LogSettings.h"
 
 #include <spdlog/details/null_mutex.h>
+#include <spdlog/details/os.h>
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/base_sink.h>
 #include <spdlog/sinks/rotating_file_sink.h>
@@ -59,11 +60,12 @@ private:
 };
 
 /// Files are the owner's alone and are not passed on to other programs. They are made before spdlog
-/// opens them, because it would leave their mode to the umask.
+/// opens them, because it would leave their mode to the umask. So is the folder, which spdlog makes too late for that.
 spdlog::file_event_handlers MakeFileHandlers()
 {
     spdlog::file_event_handlers handlers;
     handlers.before_open = [](const spdlog::filename_t& sPath) {
+        spdlog::details::os::create_dir(spdlog::details::os::dir_name(sPath));
         const int nFile = open(sPath.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR);
         if (nFile >= 0) {
             close(nFile);

@@ -148,20 +148,23 @@ TEST(LogTest, Call_KeepsErrnoAndTakesNullForNothing)
 
 TEST(LogTest, File_IsPrivateAndRotated)
 {
-    RunLogger({{"SHAREDSTORE_LOG", FileOf("logs/store.log")}}, [] {
-        umask(0);
-        for (int nLine = 0; nLine < 400; ++nLine) {
-            pvlogLog("TEST", 1, "%16000d", nLine);
+    for (const auto& [pszFolder, nLines, nExpected] : {std::tuple("new/folder", 1, 1), std::tuple("logs", 400, 4)}) {
+        const std::string sFile = std::string(pszFolder) + "/store.log";
+        RunLogger({{"SHAREDSTORE_LOG", FileOf(sFile.c_str())}}, [nCount = nLines] {
+            umask(0);
+            for (int nLine = 1; nLine <= nCount; ++nLine) {
+                pvlogLog("TEST", 1, "%16000d", nLine);
+            }
+        });
+        int nFiles = 0;
+        for (const auto& entry : std::filesystem::directory_iterator(FileOf(pszFolder))) {
+            ++nFiles;
+            EXPECT_LE(entry.file_size(), 1024U * 1024U) << entry.path();
+            EXPECT_EQ(entry.status().permissions(), static_cast<std::filesystem::perms>(0600)) << entry.path();
         }
-    });
-    int nFiles = 0;
-    for (const auto& entry : std::filesystem::directory_iterator(FileOf("logs"))) {
-        ++nFiles;
-        EXPECT_LE(entry.file_size(), 1024U * 1024U) << entry.path();
-        EXPECT_EQ(entry.status().permissions(), static_cast<std::filesystem::perms>(0600)) << entry.path();
+        EXPECT_EQ(nFiles, nExpected);
+        EXPECT_TRUE(ReadLines(sFile.c_str()).back().ends_with(' ' + std::to_string(nLines)));
     }
-    EXPECT_EQ(nFiles, 4);
-    EXPECT_TRUE(ReadLines("logs/store.log").back().ends_with(" 399"));
 }
 
 TEST(LogTest, File_NeverTakesAStandardDescriptor)

@@ -32,7 +32,7 @@ const struct
     {"store remove None", NotFound, "store remove None: "},
     {"tree None", NotFound, "tree None: E_FAIL (0x80004005): there is no store 'None'; 'sharedstore store list' shows what there is\n"},
     {"data set Own C i --int 1", Failed, "data set Own C i: E_FAIL (0x80004005): the store is not shared between user sessions, "
-     "and such a store holds no data; 'sharedstore store add Own --type memory --product Pavendo --force' changes that\n"},
+     "and such a store holds no data; 'sharedstore store add Own --shared --force' changes that\n"},
 
     {"data list M /", Usage, "data list M /: '/' is the whole store"},
     {"data list M Card2", NotFound,

@@ -13,7 +13,7 @@ TEST_F(ToolStoreTest, Add_ExistingStore_ChangesItsSettingsOnlyWithForce)
     Succeed({"store", "add", "Cards", "--product", "Kiosk"});
     const Outcome refused = Run({"store", "add", "Cards", "--encrypted"});
     EXPECT_EQ(refused.nExitCode, Exists);
-    EXPECT_EQ(refused.sError, "sharedstore: store add Cards: there is such a store already; --force changes its settings\n");
+    EXPECT_EQ(refused.sError, "sharedstore: store add Cards: there is such a store already; --force changes the settings that are given\n");
     EXPECT_EQ(Succeed({"store", "show", "Cards"}), "           CONFIGURED  REGISTERED\n"
                                                    "type       memory      memory\n"
                                                    "encrypted  no          no\n"
@@ -22,8 +22,17 @@ TEST_F(ToolStoreTest, Add_ExistingStore_ChangesItsSettingsOnlyWithForce)
     const Outcome forced = Run({"store", "add", "Cards", "-t", "registry", "-e", "--not-shared", "-p", "\xc3(", "--force"});
     EXPECT_EQ(forced.nExitCode, Ok);
     EXPECT_EQ(forced.sError.rfind("sharedstore: warning: 'Cards' is configured, but can't be used until its key ", 0), 0U) << forced.sError;
-    EXPECT_EQ(SucceedWithJson({"store", "show", "Cards", "--json"})["configured"],
-              (nlohmann::json{{"type", "registry"}, {"encrypted", true}, {"shared", false}, {"product", {{"hex", "c328"}}}}));
+    nlohmann::json configured = {{"type", "registry"}, {"encrypted", true}, {"shared", false}, {"product", {{"hex", "c328"}}}};
+    EXPECT_EQ(SucceedWithJson({"store", "show", "Cards", "--json"})["configured"], configured);
+    Succeed({"store", "add", "Cards", "--not-encrypted", "--shared", "--force"});
+    configured["encrypted"] = false;
+    configured["shared"] = true;
+    EXPECT_EQ(SucceedWithJson({"store", "show", "Cards", "--json"})["configured"], configured);
+    Succeed({"registry", "set", "HKLM\\Software\\Orvane\\SharedStore\\StoreList\\Cards", "Product", "--dword", "1"});
+    EXPECT_NE(Run({"store", "add", "Cards", "--not-shared", "--force"}).sError.find("(value Product is no REG_SZ): "), std::string::npos);
+    configured["product"] = "Pavendo";
+    configured["shared"] = false;
+    EXPECT_EQ(SucceedWithJson({"store", "show", "Cards", "--json"})["configured"], configured);
 }
 
 TEST_F(ToolStoreTest, AddAndRemove_InAScript_TakeEffectAtOnceAndWarnWhereTheyCannot)

@@ -106,20 +106,39 @@ std::vector<std::string> TypeNames()
     return {NameOfStoreType(OV::DataStore::MemoryStore), NameOfStoreType(OV::DataStore::RegistryStore)};
 }
 
-StoreSettings SettingsOf(const CArguments& arguments)
+/// Changes a setting when one of its two flags is given.
+void Decide(const CArguments& arguments, const char* pszYes, const char* pszNo, bool& bSetting)
 {
-    const bool bRegistry = arguments.Has("--type") && arguments.Text("--type") == NameOfStoreType(OV::DataStore::RegistryStore);
-    if (arguments.Has("--shared") && arguments.Has("--not-shared")) {
-        throw CFailure(ExitCode::Usage, "--shared and --not-shared exclude each other");
+    if (arguments.Has(pszYes) && arguments.Has(pszNo)) {
+        throw CFailure(ExitCode::Usage, std::string(pszYes) + " and " + pszNo + " exclude each other");
     }
-    StoreSettings settings;
-    settings.type = bRegistry ? OV::DataStore::RegistryStore : OV::DataStore::MemoryStore;
-    settings.bEncrypted = arguments.Has("--encrypted");
-    settings.bShared = !arguments.Has("--not-shared");
+    bSetting = arguments.Has(pszYes) || (bSetting && !arguments.Has(pszNo));
+}
+
+/// @param settings what holds where no option says otherwise
+StoreSettings SettingsOf(const CArguments& arguments, StoreSettings settings)
+{
+    Decide(arguments, "--encrypted", "--not-encrypted", settings.bEncrypted);
+    Decide(arguments, "--shared", "--not-shared", settings.bShared);
+    if (arguments.Has("--type")) {
+        const bool bRegistry = arguments.Text("--type") == NameOfStoreType(OV::DataStore::RegistryStore);
+        settings.type = bRegistry ? OV::DataStore::RegistryStore : OV::DataStore::MemoryStore;
+    }
     settings.sProduct = arguments.TextOr("--product", settings.sProduct);
     return settings.sProduct.empty()
                ? throw CFailure(ExitCode::Usage, "a store without a product can't be registered; give --product a name")
                : settings;
+}
+
+/// What a store is configured with so far; what can't be read of it is the default.
+StoreSettings SettingsToChange(const std::string& sStore)
+{
+    const StoreConfig config = ReadStoreConfig(sStore);
+    if (!config.sProblem.empty()) {
+        Complain("sharedstore: warning: '" + Display(sStore) + "' had settings that can't be read (" + config.sProblem +
+                 "): their defaults are taken where no option says otherwise");
+    }
+    return config.settings;
 }
 
 /// Makes a store that was just configured usable in this process.
@@ -155,10 +174,11 @@ void WarnWithoutKey(const std::string& sStore)
 void Add(const CArguments& arguments, Session& session)
 {
     const std::string& sStore = arguments.Text("STORE");
-    const StoreSettings settings = SettingsOf(arguments);
-    if (IsConfigured(sStore) && !arguments.Has("--force")) {
-        throw CFailure(ExitCode::Exists, "there is such a store already; --force changes its settings");
+    const bool bChange = IsConfigured(sStore);
+    if (bChange && !arguments.Has("--force")) {
+        throw CFailure(ExitCode::Exists, "there is such a store already; --force changes the settings that are given");
     }
+    const StoreSettings settings = SettingsOf(arguments, bChange ? SettingsToChange(sStore) : StoreSettings{.bShared = true});
     WriteStoreConfig(sStore, settings);
     if (settings.bEncrypted && settings.type == OV::DataStore::RegistryStore) {
         WarnWithoutKey(sStore);
@@ -211,10 +231,11 @@ constexpr Argument AddArguments[] = {
     {"-t,--type", Takes::Value, "memory (default): gone with the process; registry: kept, for all processes", "TYPE", TypeNames},
     {"-e,--encrypted", Takes::Flag,
      "encrypt values before they are stored; a registry store needs the key file that 'keyfile create' makes"},
+    {"--not-encrypted", Takes::Flag, "store values as they are (default)"},
     {"--shared", Takes::Flag, "shared between user sessions (default): data operations need it"},
     {"--not-shared", Takes::Flag, "not shared: no data operation is served"},
     {"-p,--product", Takes::Value, "product that 'flush --product' knows the store by (default Pavendo)", "PRODUCT"},
-    ForceFlag,
+    {"--force", Takes::Flag, "change a store that is configured; what no option says stays, or is the default where it can't be read"},
 };
 
 const Command Table[] = {
@@ -222,7 +243,7 @@ const Command Table[] = {
     {"store", "add", "configure a store; under run and shell it can be used at once", AddArguments,
      "  sharedstore store add Cards --product Kiosk\n"
      "  sharedstore store add Wallet --type registry --encrypted\n"
-     "  sharedstore store add Cards --product Kiosk --not-shared --force\n",
+     "  sharedstore store add Cards --not-shared --force\n",
      Add},
     {"store", "remove", "remove a store's configuration; what a registry store holds stays", RemoveArguments,
      "  sharedstore store remove Cards\n", Remove},

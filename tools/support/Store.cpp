@@ -173,9 +173,7 @@ void CStore::Check(HRESULT hr, const std::string& sNotFoundAdvice) const
     if (hr == E_FAIL && !m_Settings.bShared) {
         throw StoreFailure(hr, ExitCode::Failed,
                            "the store is not shared between user sessions, and such a store holds no data; 'sharedstore store add " +
-                               Quoted(m_sId) + " --type " + NameOfStoreType(m_Settings.type) +
-                               (m_Settings.bEncrypted ? " --encrypted" : "") + " --product " + Quoted(m_Settings.sProduct) +
-                               " --force' changes that");
+                               Quoted(m_sId) + " --shared --force' changes that");
     }
     if (hr == E_INVALIDARG && !sNotFoundAdvice.empty()) {
         throw StoreFailure(hr, ExitCode::NotFound, sNotFoundAdvice);

@@ -18,12 +18,17 @@ constexpr const char* EncryptedName = "Encrypted";
 constexpr const char* SharedName = "SharedBetweenUserSessions";
 constexpr const char* ProductName = "Product";
 
+void AddProblem(const RegistryValue& value, const char* pszType, std::string& sProblem)
+{
+    sProblem += (sProblem.empty() ? "value " : ", value ") + value.sName + " is no " + pszType;
+}
+
 /// The library reads 1 as yes and every other number as no.
 bool IsOne(const RegistryValue& value, std::string& sProblem)
 {
     unsigned long long uNumber = 0;
     if (value.ulType != REG_DWORD || !NumberOf(value, uNumber)) {
-        sProblem = "value " + value.sName + " is no REG_DWORD";
+        AddProblem(value, "REG_DWORD", sProblem);
     }
     return uNumber == 1;
 }
@@ -46,7 +51,7 @@ void Apply(const RegistryValue& value, StoreConfig& config)
             const std::string_view sText = View(value.data);
             config.settings.sProduct = sText.substr(0, sText.find('\0')); // as the library reads it
         } else {
-            config.sProblem = "value " + value.sName + " is no REG_SZ";
+            AddProblem(value, "REG_SZ", config.sProblem);
         }
     }
 }

@@ -36,7 +36,7 @@ constexpr HelpRow Output[] = {
 
 constexpr HelpRow Environment[] = {
     {"SHAREDSTORE_REGISTRY", "the registry's folder, an absolute path"},
-    {"SHAREDSTORE_REGISTRY_SYNC", "relaxed: a write may be lost when the machine crashes"},
+    {"SHAREDSTORE_REGISTRY_SYNC", "relaxed: when the machine crashes, the last writes may be lost or the registry damaged"},
     {"SHAREDSTORE_LOG", "where the library logs: syslog (default), stderr or a file"},
     {"SHAREDSTORE_LOG_LEVEL", "what it logs, a bit mask: 1 errors (default), 2 details, 8 entries, 16 exits of operations"},
     {"SHAREDSTORE_LOG_TRACE", "1: it also logs lines that can carry clear values"},

@@ -84,8 +84,9 @@ void CheckStores(Session& session, Findings& findings)
         const std::string sSubject = "store " + Quoted(config.sStore);
         if (!config.sProblem.empty()) {
             bFaultBefore = true;
-            findings.push_back({Grade::Problem, sSubject, config.sProblem + ", so neither it nor the stores behind it begin",
-                                "configure it again: 'sharedstore store add " + Quoted(config.sStore) + " --force'"});
+            findings.push_back(
+                {Grade::Problem, sSubject, config.sProblem + ", so neither it nor the stores behind it begin",
+                 "say what it is to be: 'sharedstore store add " + Quoted(config.sStore) + " --force' with options keeps the rest"});
         } else if (!FindStore(session, config.sStore).has_value()) {
             findings.push_back({Grade::Problem, sSubject, "could not begin in this process",
                                 bFaultBefore ? "see to the faulty store before it" : "SHAREDSTORE_LOG=stderr shows the reason"});
@@ -133,7 +134,8 @@ void CheckEnvironment(Session&, Findings& findings)
     }
     if (Registry::IsSyncRelaxed()) {
         findings.push_back(
-            {Grade::Note, EnvironmentSubject, "SHAREDSTORE_REGISTRY_SYNC is relaxed: a write may be lost when the machine crashes"});
+            {Grade::Note, EnvironmentSubject,
+             "SHAREDSTORE_REGISTRY_SYNC is relaxed: when the machine crashes, the last writes may be lost or the registry damaged"});
     }
     if (findings.size() == uBefore) {
         findings.push_back({Grade::Ok, EnvironmentSubject, "every variable of ours that is set is in force"});

@@ -164,7 +164,10 @@ constexpr Argument Arguments[] = {
 };
 
 const Command Table[] = {
-    {"watch", "", "tell which compartments and items of a registry store come, change and go, until interrupted", Arguments,
+    {"watch", "",
+     "tell which compartments and items of a registry store come, change and go, until interrupted; versions count what a process itself "
+     "does, so there are none to show",
+     Arguments,
      "  sharedstore watch Wallet\n"
      "  sharedstore watch Wallet Card1 --for 60 --json\n",
      Watch},

@@ -14,7 +14,7 @@ using ToolDoctorTest = CToolTest;
 
 TEST_F(ToolDoctorTest, EveryFault_IsFoundAndDecidesTheExitCode)
 {
-    const std::string sTimeout = "registry set 'HKLM\\Software\\Policies\\Orvane\\SharedStore\\Authentication' Timeout ";
+    const std::string sPolicy = "registry set 'HKLM\\Software\\Policies\\Orvane\\SharedStore\\Authentication' ";
     const struct
     {
         const char* pszVariable;
@@ -24,8 +24,9 @@ TEST_F(ToolDoctorTest, EveryFault_IsFoundAndDecidesTheExitCode)
     } rows[] = {
         {"LC_ALL", "C", "store add M", {"ok       registry content: every page", "ok       store M: began: memory, in the clear"}},
         {"LC_ALL", "C", "policy set Timeout never", {"note     policy Timeout: an unused PIN never expires (unusual"}},
-        {"LC_ALL", "C", sTimeout + "--dword 71582789", {"problem  policy Timeout: an unused PIN expires after 44 seconds (wrong"}},
-        {"LC_ALL", "C", sTimeout + "--string 5", {"problem  policy Timeout: an unused PIN expires after 15 minutes (wrong"}},
+        {"LC_ALL", "C", sPolicy + "Timeout --dword 71582789", {"problem  policy Timeout: an unused PIN expires after 44 seconds (wrong"}},
+        {"LC_ALL", "C", sPolicy + "Timout --dword 5", {"note     policy Timout: does nothing"}},
+        {"LC_ALL", "C", sPolicy + "Timeout --string 5", {"problem  policy Timeout: an unused PIN expires after 15 minutes (wrong"}},
         {"LC_ALL", "C", "store add A\nstore add W -t registry -e", {"problem  key file: ", "problem  store W: could not begin"}},
         {"LC_ALL",
          "C",
@@ -36,11 +37,13 @@ TEST_F(ToolDoctorTest, EveryFault_IsFoundAndDecidesTheExitCode)
         {"SHAREDSTORE_LOG_LEVEL", "2", "", {"note     log level: 2, errors are not logged"}},
         {"SHAREDSTORE_LOG_LEVEL", "high", "", {"note     environment: SHAREDSTORE_LOG_LEVEL is ignored"}},
         {"SHAREDSTORE_REGISTRY_SINK", "x", "", {"note     environment: SHAREDSTORE_REGISTRY_SINK is ignored: there is no such"}},
+        {"SHAREDSTORE_LOG", "log", "", {"note     log: goes to the file log in the folder"}},
         {"SHAREDSTORE_LOG", "/dev/null/log", "", {"problem  log: /dev/null/log can't be written"}},
         {"SHAREDSTORE_REGISTRY",
          "relative",
          "",
-         {"problem  registry folder: relative is no absolute path", "note     policy: not checked, because"}},
+         {"problem  registry folder: relative is no absolute path", "note     policy: not checked, because",
+          "ok       memory lock: keys need at least"}},
         {"SHAREDSTORE_REGISTRY", "/tmp/none", "", {"note     registry folder: /tmp/none (from SHAREDSTORE_REGISTRY) does not exist; the"}},
         {"SHAREDSTORE_REGISTRY", "/dev/null/x", "", {"problem  registry folder: /dev/null/x: Not a directory"}},
     };

@@ -48,6 +48,9 @@ void Show(const CArguments& arguments, Session&)
         }
     }
     arguments.Has("--json") ? PrintJson(json) : Print(Columns(rows));
+    for (const std::string& sName : UnknownPolicies()) {
+        Complain("sharedstore: warning: '" + Display(sName) + "' stands beside the policies and does nothing: there is no such policy");
+    }
 }
 
 void Set(const CArguments& arguments, Session&)

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <fstream>
+#include <optional>
 #include <sys/mman.h>
 #include <sys/resource.h>
 
@@ -48,6 +49,18 @@ std::string FirstLine(const char* pszFile)
     return sLine;
 }
 
+/// How many stores have a key of their own; nothing when the registry can't be read.
+std::optional<std::size_t> EncryptedStores()
+{
+    try {
+        const std::vector<StoreConfig> configs = ReadStoreConfigs();
+        const auto isEncrypted = [](const StoreConfig& config) { return config.settings.bEncrypted; };
+        return static_cast<std::size_t>(std::count_if(configs.begin(), configs.end(), isEncrypted));
+    } catch (const CFailure&) {
+        return std::nullopt;
+    }
+}
+
 } // namespace
 
 void CheckKey(Session&, Findings& findings)
@@ -73,14 +86,13 @@ void CheckKey(Session&, Findings& findings)
 
 void CheckMemoryLock(Session&, Findings& findings)
 {
-    // One key for each encrypted store, and one for the PIN cache.
-    const std::vector<StoreConfig> configs = ReadStoreConfigs();
-    const auto nEncrypted = std::count_if(configs.begin(), configs.end(), [](const auto& config) { return config.settings.bEncrypted; });
-    const std::size_t uKeys = 1 + static_cast<std::size_t>(nEncrypted);
+    const std::optional<std::size_t> encrypted = EncryptedStores();
+    const std::size_t uKeys = 1 + encrypted.value_or(0); // one for the PIN cache
     const std::size_t uNeeded = (uKeys + KeysPerPage - 1) / KeysPerPage * KeyPageBytes;
     const rlim_t uLimit = SoftLimit(RLIMIT_MEMLOCK);
     const std::string sLimit = uLimit == RLIM_INFINITY ? "unlimited" : std::to_string(uLimit) + " bytes";
-    const std::string sText = "keys need " + std::to_string(uNeeded) + " bytes of locked memory, the limit is " + sLimit;
+    const std::string sText = std::string(encrypted.has_value() ? "keys need " : "keys need at least ") + std::to_string(uNeeded) +
+                              " bytes of locked memory, the limit is " + sLimit;
     if (uLimit >= uNeeded) {
         return findings.push_back({Grade::Ok, LockSubject, sText});
     }

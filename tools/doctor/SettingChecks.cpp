@@ -64,7 +64,9 @@ void CheckLogFile(const std::string& sFile, Findings& findings)
         return findings.push_back({Grade::Problem, LogSubject, sShown + " can't be written, so lines go to syslog",
                                    "set SHAREDSTORE_LOG to a file that this user may write"});
     }
-    findings.push_back({Grade::Ok, LogSubject, "goes to the file " + sShown});
+    sFile.starts_with('/')
+        ? findings.push_back({Grade::Ok, LogSubject, "goes to the file " + sShown})
+        : findings.push_back({Grade::Note, LogSubject, "goes to the file " + sShown + " in the folder that a program happens to work in"});
     if (bExists && (status.st_mode & (S_IRWXG | S_IRWXO)) != 0) {
         findings.push_back(
             {Grade::Note, LogSubject, sShown + " has mode " + AccessOf(status).sMode + ", which is not for its owner alone"});
@@ -113,6 +115,9 @@ void CheckPolicies(Session&, Findings& findings)
                             value.sMeaning + (value.sOddity.empty() ? "" : " (" + value.sOddity + ")"),
                             std::string("set it: 'sharedstore policy set ") + policy.pszName + " default' or another value"});
     }
+    for (const std::string& sName : UnknownPolicies()) {
+        findings.push_back({Grade::Note, "policy " + Quoted(sName), "does nothing, for there is no such policy"});
+    }
 }
 
 void CheckEnvironment(Session&, Findings& findings)
@@ -138,7 +143,7 @@ void CheckEnvironment(Session&, Findings& findings)
              "SHAREDSTORE_REGISTRY_SYNC is relaxed: when the machine crashes, the last writes may be lost or the registry damaged"});
     }
     if (findings.size() == uBefore) {
-        findings.push_back({Grade::Ok, EnvironmentSubject, "every variable of ours that is set is in force"});
+        findings.push_back({Grade::Ok, EnvironmentSubject, "every variable of ours that is set is known and read"});
     }
 }
 

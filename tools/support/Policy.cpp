@@ -7,6 +7,8 @@
 #include "support/Registry.h"
 #include "support/Text.h"
 
+#include <algorithm>
+#include <iterator>
 #include <limits>
 
 namespace Tool
@@ -87,6 +89,23 @@ PolicyValue ReadPolicy(const Policy& policy)
         throw RegistryFailure(lCode, key.Text());
     }
     return {std::nullopt, policy.pMeaning(policy.uDefault), lCode == ERROR_FILE_NOT_FOUND ? "" : "wrong: its value is no REG_DWORD"};
+}
+
+std::vector<std::string> UnknownPolicies()
+{
+    const KeyPath key = ParseKeyPath(PolicyKey);
+    std::vector<std::string> unknown;
+    if (KeyExists(key)) {
+        for (const ValueInfo& info : ListValues(key)) {
+            const auto isIt = [&info](const Policy& policy) {
+                return policy.pszKey == std::string_view(PolicyKey) && info.sName == policy.pszName;
+            };
+            if (std::none_of(std::begin(Table), std::end(Table), isIt)) {
+                unknown.push_back(info.sName);
+            }
+        }
+    }
+    return unknown;
 }
 
 unsigned int PolicyNumber(const Policy& policy, const std::string& sText)

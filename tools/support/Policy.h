@@ -6,6 +6,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 namespace Tool
 {
@@ -34,6 +35,9 @@ struct PolicyValue
     std::string sOddity; ///< empty for a usual value
 };
 PolicyValue ReadPolicy(const Policy& policy);
+
+/// Values beside the policies that are none, a misspelt one maybe: nothing reads them.
+std::vector<std::string> UnknownPolicies();
 
 /// The number that a text stands for: "never" for the timeout, else a number that can be enforced. Throws CFailure
 /// (ExitCode::Usage) with the reason.

@@ -40,7 +40,7 @@ constexpr HelpRow Environment[] = {
     {"SHAREDSTORE_LOG", "where the library logs: syslog (default), stderr or a file"},
     {"SHAREDSTORE_LOG_LEVEL", "what it logs, a bit mask: 1 errors (default), 2 details, 8 entries, 16 exits of operations"},
     {"SHAREDSTORE_LOG_TRACE", "1: it also logs lines that can carry clear values"},
-    {"NO_COLOR", "nothing is coloured; colours are used on a terminal only"},
+    {"NO_COLOR", "nothing is coloured; colours are used on a terminal only, and not where TERM is dumb"},
 };
 
 constexpr HelpRow Files[] = {

@@ -43,6 +43,9 @@ void RunWithoutCommand(const std::vector<Command>& commands, const std::vector<s
     if (words.empty()) {
         throw CFailure(ExitCode::Usage, "a command is missing; 'sharedstore --help' lists them");
     }
+    if (words[0] == "sharedstore") {
+        throw CFailure(ExitCode::Usage, "leave the word 'sharedstore' out: a command begins with what comes after it");
+    }
     if (words[0] == "--version") {
         return Print("sharedstore " SHAREDSTORE_VERSION "\n");
     }

@@ -83,13 +83,19 @@ std::optional<CArguments> ParseArguments(const Command& command, const std::vect
     for (const Argument& argument : command.arguments) {
         options.push_back(Declare(app, argument));
     }
+    const std::string sHelp = "; 'sharedstore " + command.Title() + " --help' explains";
     try {
         app.parse(ForCli(words));
     } catch (const CLI::CallForHelp&) {
         Print(CommandPage(command));
         return std::nullopt;
+    } catch (const CLI::ExtrasError&) {
+        const std::string sWord = app.remaining().front();
+        const std::string sShown = '\'' + Display(sWord) + '\'';
+        throw CFailure(ExitCode::Usage,
+                       (sWord.starts_with('-') ? "there is no option " + sShown : sShown + " is one word too many") + sHelp);
     } catch (const CLI::ParseError& error) {
-        throw CFailure(ExitCode::Usage, Display(error.what()) + "; 'sharedstore " + command.Title() + " --help' explains");
+        throw CFailure(ExitCode::Usage, Display(error.what()) + sHelp);
     }
     std::map<std::string, std::vector<std::string>> values;
     for (std::size_t u = 0; u < options.size(); ++u) {

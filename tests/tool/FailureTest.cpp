@@ -24,7 +24,9 @@ const struct
 } Failures[] = {
     // clang-format off
     {"bur$'\\x1b'n", Usage, "there is no command 'bur\\x1bn'; 'sharedstore --help'"},
-    {"tree S --colour", Usage, "tree: The following argument was not expected: --colour"},
+    {"tree S --colour", Usage, "tree: there is no option '--colour'; 'sharedstore tree --help' explains\n"},
+    {"tree S C D", Usage, "tree: 'C' is one word too many; "},
+    {"sharedstore tree S", Usage, "leave the word 'sharedstore' out"},
     {"store add S --type disk", Usage, "store add: 'disk' is no TYPE; it is memory or registry\n"},
     {"store add 'a\\b'", Usage, "store add 'a\\b': 'a\\b' can't name a store"},
     {"flush --product ''", Usage, "flush: --product needs a name\n"},

@@ -76,8 +76,9 @@ const Command Table[] = {
      "  sharedstore compartment remove Cards Card1\n"
      "  sharedstore compartment remove Cards / --forget-versions\n",
      Remove},
-    {"compartment", "status", "show whether a compartment exists, and its versions in this process", ListArguments,
-     "  sharedstore compartment status Cards Card1 --json\n", Status},
+    {"compartment", "status",
+     "show whether a compartment is cached, and its versions in this process; that it is not cached is an answer too, with exit code 0",
+     ListArguments, "  sharedstore compartment status Cards Card1 --json\n", Status},
 };
 
 } // namespace

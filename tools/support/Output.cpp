@@ -15,6 +15,17 @@
 namespace Tool
 {
 
+namespace
+{
+
+std::string_view Variable(const char* pszName)
+{
+    const char* pszValue = std::getenv(pszName);
+    return pszValue == nullptr ? "" : pszValue;
+}
+
+} // namespace
+
 void Print(std::string_view sText)
 {
     if (!sText.empty() && std::fwrite(sText.data(), 1, sText.size(), stdout) != sText.size()) {
@@ -43,8 +54,7 @@ bool IsTerminalOutput()
 std::string InColour(const std::string& sText, Colour colour)
 {
     constexpr const char* Codes[] = {"\x1b[31m", "\x1b[32m", "\x1b[33m"}; // by colour
-    const char* pszNoColour = std::getenv("NO_COLOR");
-    const bool bColour = IsTerminalOutput() && (pszNoColour == nullptr || *pszNoColour == '\0');
+    const bool bColour = IsTerminalOutput() && Variable("NO_COLOR").empty() && Variable("TERM") != "dumb";
     return bColour ? Codes[static_cast<std::size_t>(colour)] + sText + "\x1b[0m" : sText;
 }
 

@@ -22,7 +22,7 @@ bool IsTerminalOutput();
 
 enum class Colour { Red, Green, Yellow };
 
-/// Text in a colour, plain unless standard output is a terminal and NO_COLOR is not set.
+/// Text in a colour, plain unless standard output is a terminal that is not dumb, and NO_COLOR is not set.
 std::string InColour(const std::string& sText, Colour colour);
 
 void PrintJson(const nlohmann::json& json);

@@ -5,7 +5,10 @@
 
 #include "support/Failure.h"
 #include "support/File.h"
+#include "support/Output.h"
 #include "support/Text.h"
+
+#include <unistd.h>
 
 namespace Tool
 {
@@ -48,6 +51,9 @@ Bytes ReadData(const std::string& sPath, const Session& session, std::size_t uMa
 {
     if (sPath == "-" && session.bScriptOnStandardInput) {
         throw CFailure(ExitCode::Usage, "standard input holds the commands, so no data can be read from it; name a file");
+    }
+    if (sPath == "-" && isatty(STDIN_FILENO) == 1) {
+        Complain("sharedstore: reading from standard input until end-of-file (Ctrl-D on a line of its own)");
     }
     return ReadFile(sPath, uMaximum);
 }

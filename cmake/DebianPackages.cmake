@@ -62,12 +62,13 @@ Middleware loads these libraries to keep the PINs that a user typed, encrypted
 and until nobody uses them, and what it read from a card, with versions that
 tell when a copy is old.")
 debian_package(Development libsharedstore-dev libdevel "cache of PINs and card data (development files)
-Headers, CMake package, pkg-config file and examples." ${same_version})
+Headers, which document every function, CMake package, pkg-config file, and
+programs that use them, in /usr/share/doc/libsharedstore-dev/examples." ${same_version})
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS "cmake, pkg-config, libssl-dev, libp11-kit-dev") # for the examples
 debian_package(Tools sharedstore-tools utils "cache of PINs and card data (command)
 The sharedstore command configures data stores, shows and sets the policy for
 PINs, makes the key file, and looks into the stores." ${same_version})
 
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples DESTINATION share/doc/libsharedstore-dev COMPONENT Development)
-install(FILES ${PROJECT_SOURCE_DIR}/docs/guide.md DESTINATION share/doc/libsharedstore-dev COMPONENT Development)
 
 include(CPack)

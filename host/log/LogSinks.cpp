@@ -6,13 +6,13 @@
 #include "log/LogSettings.h"
 
 #include <spdlog/details/null_mutex.h>
-#include <spdlog/details/os.h>
 #include <spdlog/pattern_formatter.h>
 #include <spdlog/sinks/base_sink.h>
 #include <spdlog/sinks/rotating_file_sink.h>
 #include <spdlog/sinks/stdout_sinks.h>
 
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
 #include <syslog.h>
 #include <unistd.h>
@@ -65,7 +65,8 @@ spdlog::file_event_handlers MakeFileHandlers()
 {
     spdlog::file_event_handlers handlers;
     handlers.before_open = [](const spdlog::filename_t& sPath) {
-        spdlog::details::os::create_dir(spdlog::details::os::dir_name(sPath));
+        std::error_code ignored; // opening the file tells
+        std::filesystem::create_directories(std::filesystem::path(sPath).parent_path(), ignored);
         const int nFile = open(sPath.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, S_IRUSR | S_IWUSR);
         if (nFile >= 0) {
             close(nFile);

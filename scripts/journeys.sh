@@ -33,7 +33,7 @@ done
 scripts/setup.sh journeys
 image=$PWD/build/journeys/bookworm
 [[ -d $image ]] || scripts/walk/image.sh "$image"
-clone=/root/sharedstore
+clone=/srv/sharedstore
 rm -rf "$image$clone"
 git -c advice.detachedHead=false clone --quiet --no-hardlinks . "$image$clone"
 git -C "$image$clone" remote remove origin

@@ -46,10 +46,13 @@ echo "127.0.0.1 clean" >>"$copy/etc/hosts"
     chmod 755 "$copy/usr/local/bin/sudo"
 }
 
-# The environment of a fresh login; how this machine reaches others and its compiler's cache; and whose files git may trust.
-environment=(HOME=/root USER=root LOGNAME=root SHELL=/bin/bash LANG=C.UTF-8 TERM=dumb
-    PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin)
-for name in http_proxy https_proxy no_proxy CCACHE_DIR SUDO_UID; do
+# The environment of a fresh login, with an empty home; how this machine reaches others; its compiler's cache; and whose files
+# git may trust.
+home=/home/newcomer
+mkdir -p "$copy$home"
+environment=(HOME=$home USER=root LOGNAME=root SHELL=/bin/bash LANG=C.UTF-8 TERM=dumb
+    PATH=/usr/local/sbin:/usr/local/bin:/usr/sbin:/usr/bin:/sbin:/bin "CCACHE_DIR=${CCACHE_DIR:-$HOME/.cache/ccache}")
+for name in http_proxy https_proxy no_proxy SUDO_UID; do
     [[ -z ${!name:-} ]] || environment+=("$name=${!name}")
 done
 # Not by exec: the first process of the namespace would not be ended by an interrupt.

@@ -14,6 +14,7 @@ fi
 scratch=$(mktemp -d --tmpdir="${TMPDIR:-/var/tmp}" walk.XXXXXX)
 unshare "${namespaces[@]}" "$(dirname "$0")/enter.sh" "$scratch" "$@" &
 inside=$!
-trap 'kill "$inside" 2>/dev/null && wait "$inside" || true; rm -rf --one-file-system "$scratch"' EXIT
+# unshare passes nothing on, but what it runs dies with it.
+trap 'kill -KILL "$inside" 2>/dev/null && wait "$inside" 2>/dev/null || true; rm -rf --one-file-system "$scratch"' EXIT
 trap 'exit 143' HUP INT TERM
 wait "$inside"

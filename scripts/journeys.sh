@@ -38,11 +38,12 @@ rm -rf "$image$clone"
 git -c advice.detachedHead=false clone --quiet --no-hardlinks . "$image$clone"
 git -C "$image$clone" remote remove origin
 
-# As on a terminal: a line that was written over shows its last state. Colours and the names of mirrors don't matter.
+# As on a terminal: a line that was written over shows its last state. Colours, the names of mirrors and the dots that
+# dpkg puts in front of a file don't matter.
 mirrors=$(sed -nE 's#^deb [^ ]*(//[^/]+).*#\1#p' "$image/etc/apt/sources.list" | sort -u | sed 's/[.]/\\./g' | paste -sd '|')
 mirrors=${mirrors:-//deb[.]debian[.]org}
 readable() {
-    sed -u -E -e 's/\x1b\[[0-9;]*[A-Za-z]//g' -e 's/\r+$//' -e 's/.*\r//' -e "s#$mirrors#//mirror#g"
+    sed -u -E -e 's/\x1b\[[0-9;]*[A-Za-z]//g' -e 's/\r+$//' -e 's/.*\r//' -e "s#$mirrors#//mirror#g" -e 's#[.]{3}/##g'
 }
 
 for journey in "${journeys[@]}"; do
